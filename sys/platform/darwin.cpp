@@ -1,0 +1,66 @@
+// What platform.h asks for, on macOS; IOKit's share stands in darwin_iokit.cpp.
+#include <mach/mach_time.h>
+#include <spawn.h>
+#include <string.h>
+#include <sys/sysctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "sys/platform/platform.h"
+
+extern char** environ;  // <unistd.h> does not declare it here
+
+// The counter is taken as nanoseconds without its time base: on x86-64 the ratio is 1, also where
+// another processor translates the program.
+uint64_t platform::MonotonicNanoseconds() {
+  return mach_absolute_time();
+}
+
+int32_t platform::ProcessorCount() {
+  int32_t count = 0;
+  size_t length = sizeof count;
+  sysctlbyname("hw.logicalcpu", &count, &length, nullptr, 0);
+  return count;
+}
+
+// MSG_NOSIGNAL is younger than the oldest system served.
+void platform::DisableBrokenPipeSignal(int descriptor) {
+  const int on = 1;
+  setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
+}
+
+ssize_t platform::Send(int descriptor, const void* data, size_t length) {
+  return send(descriptor, data, length, 0);
+}
+
+ssize_t platform::SendTo(int descriptor, const void* data, size_t length, const sockaddr* to,
+                         socklen_t to_length) {
+  return sendto(descriptor, data, length, 0, to, to_length);
+}
+
+// Plain SO_LINGER counts hundredths of a second here. The kernel keeps those hundredths in 16
+// signed bits, so 327 s is the longest time that does not turn into another one.
+void platform::SetLinger(int descriptor, bool is_on, uint16_t seconds) {
+  constexpr uint16_t kLongestSeconds = 327;
+  const linger setting{.l_onoff = is_on ? 1 : 0, .l_linger = std::min(seconds, kLongestSeconds)};
+  setsockopt(descriptor, SOL_SOCKET, SO_LINGER_SEC, &setting, sizeof setting);
+}
+
+platform::BsdAddressRecord platform::ToBsdAddressRecord(const sockaddr_in& address) {
+  BsdAddressRecord record;
+  static_assert(sizeof record == sizeof address);
+  memcpy(record.data(), &address, sizeof address);
+  return record;
+}
+
+// POSIX_SPAWN_CLOEXEC_DEFAULT closes every descriptor that no file action names, 0 to 2 included.
+int platform::StartProcess(const char* path) {
+  char* const arguments[] = {const_cast<char*>(path), nullptr};
+  posix_spawnattr_t attributes;
+  int result = posix_spawnattr_init(&attributes);
+  result |= posix_spawnattr_setflags(&attributes, POSIX_SPAWN_CLOEXEC_DEFAULT);
+  result |= posix_spawn(nullptr, path, nullptr, &attributes, arguments, environ);
+  result |= posix_spawnattr_destroy(&attributes);
+  return result;
+}

@@ -1,0 +1,62 @@
+// What platform.h asks for, on Linux.
+#include <spawn.h>
+#include <string.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "sys/platform/platform.h"
+
+uint64_t platform::MonotonicNanoseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+int32_t platform::ProcessorCount() {
+  const long count = sysconf(_SC_NPROCESSORS_ONLN);
+  return count > 0 ? static_cast<int32_t>(count) : 0;
+}
+
+// Linux has the promise as a flag of each send, not as an option of the socket.
+void platform::DisableBrokenPipeSignal(int) {}
+
+ssize_t platform::Send(int descriptor, const void* data, size_t length) {
+  return send(descriptor, data, length, MSG_NOSIGNAL);
+}
+
+ssize_t platform::SendTo(int descriptor, const void* data, size_t length, const sockaddr* to,
+                         socklen_t to_length) {
+  return sendto(descriptor, data, length, MSG_NOSIGNAL, to, to_length);
+}
+
+void platform::SetLinger(int descriptor, bool is_on, uint16_t seconds) {
+  const linger setting{.l_onoff = is_on ? 1 : 0, .l_linger = seconds};
+  setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &setting, sizeof setting);
+}
+
+// Linux has a 16-bit family where BSD has length and family.
+platform::BsdAddressRecord platform::ToBsdAddressRecord(const sockaddr_in& address) {
+  BsdAddressRecord record{};
+  memcpy(record.data(), &address, sizeof address);
+  record[0] = sizeof address;
+  record[1] = static_cast<uint8_t>(address.sin_family);
+  return record;
+}
+
+// posix_spawn_file_actions_addclosefrom_np closes 0 to 2 too, as POSIX_SPAWN_CLOEXEC_DEFAULT does
+// on macOS.
+int platform::StartProcess(const char* path) {
+  char* const arguments[] = {const_cast<char*>(path), nullptr};
+  posix_spawn_file_actions_t actions;
+  int result = posix_spawn_file_actions_init(&actions);
+  result |= posix_spawn_file_actions_addclosefrom_np(&actions, 0);
+  result |= posix_spawn(nullptr, path, &actions, nullptr, arguments, environ);
+  result |= posix_spawn_file_actions_destroy(&actions);
+  return result;
+}
+
+// The login manager's inhibitor would need a message-bus client, which this layer does not have: on
+// Linux the assertion is a promise that nobody asked the system to keep.
+void platform::CreateIdleSleepAssertion(uint32_t*) {}
+
+void platform::ReleaseIdleSleepAssertion(uint32_t) {}

@@ -1,0 +1,9 @@
+/* The utility library: one header per family, all of them here. */
+#ifndef TARVEN_UTIL_UTIL_H_
+#define TARVEN_UTIL_UTIL_H_
+
+#include "build_stamp.h"
+#include "format.h"
+#include "text.h"
+
+#endif
