@@ -2,6 +2,12 @@
 #ifndef TARVEN_SYS_SYS_H_
 #define TARVEN_SYS_SYS_H_
 
+#include "clock.h"
+#include "console.h"
 #include "memory.h"
+#include "process.h"
+#include "socket_services.h"
+#include "sockets.h"
+#include "threads.h"
 
 #endif

@@ -1,0 +1,93 @@
+#!/bin/sh
+# Installs what is missing on this machine, and nothing that is there already.
+#
+#   scripts/setup.sh         what building and running the client takes
+#   scripts/setup.sh test    the same for the tests
+#   scripts/setup.sh ci      the same for every check of .ci/run
+set -eu
+
+purpose=${1:-run}
+case $purpose in
+    run | test | ci) ;;
+    *)
+        echo "usage: scripts/setup.sh [run|test|ci]" >&2
+        exit 2
+        ;;
+esac
+
+# Prints the words of the lists that the purpose takes: each one includes those before it.
+packages_for() {
+    echo "$1"
+    [ "$purpose" = run ] || echo "$2"
+    [ "$purpose" != ci ] || echo "$3"
+}
+
+setup_debian() {
+    missing=
+    for package in $(packages_for \
+        "g++ cmake ninja-build libedit-dev" \
+        "libgtest-dev libgmock-dev python3 bash dash" \
+        "clang clang-format clang-tidy binutils"); do
+        case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
+            "install ok installed") ;;
+            *) missing="$missing $package" ;;
+        esac
+    done
+    [ -n "$missing" ] || return 0
+
+    as_root=
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "Missing:$missing. Install them as root (there is no sudo here)." >&2
+            exit 1
+        fi
+        as_root=sudo
+    fi
+    echo "Installing:$missing"
+    log=$(mktemp)
+    if ! {
+        $as_root apt-get update -qq &&
+            $as_root env DEBIAN_FRONTEND=noninteractive \
+                apt-get install -y -qq --no-install-recommends $missing
+    } >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        exit 1
+    fi
+    rm -f "$log"
+}
+
+setup_macos() {
+    if ! xcode-select -p >/dev/null 2>&1; then
+        echo "The command-line tools are missing. Run: xcode-select --install" >&2
+        exit 1
+    fi
+    if ! command -v brew >/dev/null; then
+        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest' 'llvm')" >&2
+        exit 1
+    fi
+    for formula in $(packages_for "cmake ninja" "googletest python3" "llvm"); do
+        brew list --versions "$formula" >/dev/null || brew install "$formula"
+    done
+}
+
+if [ "$(uname -s)" = Darwin ]; then
+    setup_macos
+elif command -v apt-get >/dev/null && command -v dpkg-query >/dev/null; then
+    setup_debian
+else
+    # Another system: the tools themselves are all that can be asked for.
+    for tool in c++ cmake ninja; do
+        command -v "$tool" >/dev/null || missing_tools="${missing_tools-} $tool"
+    done
+    if [ -n "${missing_tools-}" ]; then
+        cat >&2 <<TEXT
+This script knows Debian's apt and Homebrew; on this system please install by hand:
+  a C++20 compiler (GCC 12, Clang 14 or newer), CMake 3.25 or newer, Ninja,
+  the editline library with its headers (often called libedit-dev),
+  and for the tests GoogleTest with GoogleMock, Python 3, bash and dash.
+Not found now:${missing_tools}
+TEXT
+        exit 1
+    fi
+fi
