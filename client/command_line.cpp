@@ -24,9 +24,7 @@ bool IsBlank(char character) {
   return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 
-bool IsEqual(const char* first, const char* second) {
-  return UTIL_stricmp(first, second) == 0;
-}
+bool IsEqual(const char* first, const char* second) { return UTIL_stricmp(first, second) == 0; }
 
 // Digits are taken as long as they last and what follows them is not looked at. The value wraps at
 // 32 bits without complaint, on purpose: 4294967376 is port 80.
@@ -124,9 +122,7 @@ const Option& FindOption(const char* word) {
 
 }  // namespace
 
-int32_t _IsDecDigit(char character) {
-  return character >= '0' && character <= '9' ? 1 : 0;
-}
+int32_t _IsDecDigit(char character) { return character >= '0' && character <= '9' ? 1 : 0; }
 
 int32_t _HexDigitValue(char character) {
   if (_IsDecDigit(character)) return character - '0';

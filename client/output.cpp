@@ -3,9 +3,7 @@
 #include "util/format.h"
 #include "util/text.h"
 
-void _Print(const char* text) {
-  SYS_ConsoleWrite(text, static_cast<uint32_t>(UTIL_strlen(text)));
-}
+void _Print(const char* text) { SYS_ConsoleWrite(text, static_cast<uint32_t>(UTIL_strlen(text))); }
 
 void _PrintStatus(const char* text) {
   char line[256];

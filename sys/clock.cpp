@@ -18,9 +18,7 @@ std::atomic<uint64_t> base_us = 0;
 
 constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
 
-uint64_t NowUs() {
-  return platform::MonotonicNanoseconds() / 1000;
-}
+uint64_t NowUs() { return platform::MonotonicNanoseconds() / 1000; }
 
 // Returns the count's distance from its base, after making it the base if there is none.
 template <typename Count>
@@ -31,13 +29,9 @@ Count SinceBase(std::atomic<Count>& base, Count now) {
   return 0;
 }
 
-uint32_t Digit(char character) {
-  return static_cast<uint32_t>(character - '0');
-}
+uint32_t Digit(char character) { return static_cast<uint32_t>(character - '0'); }
 
-uint32_t TwoDigits(const char* text) {
-  return Digit(text[0]) * 10 + Digit(text[1]);
-}
+uint32_t TwoDigits(const char* text) { return Digit(text[0]) * 10 + Digit(text[1]); }
 
 uint32_t TwoDigitsOrSpaceAndDigit(const char* text) {
   return text[0] == ' ' ? Digit(text[1]) : TwoDigits(text);
@@ -64,17 +58,11 @@ SYS_TIME calendar::FromBrokenDown(const tm& time) {
   return result;
 }
 
-uint32_t SYS_GetTickCount() {
-  return SinceBase(base_ms, SYS_GetTimeMs());
-}
+uint32_t SYS_GetTickCount() { return SinceBase(base_ms, SYS_GetTimeMs()); }
 
-uint64_t SYS_GetTickCountUs() {
-  return SinceBase(base_us, NowUs());
-}
+uint64_t SYS_GetTickCountUs() { return SinceBase(base_us, NowUs()); }
 
-uint64_t SYS_GetElapsedUs(uint64_t stamp) {
-  return SinceBase(base_us, NowUs()) - stamp;
-}
+uint64_t SYS_GetElapsedUs(uint64_t stamp) { return SinceBase(base_us, NowUs()) - stamp; }
 
 uint32_t SYS_GetTimeMs() {
   return static_cast<uint32_t>(platform::MonotonicNanoseconds() / 1'000'000);
@@ -107,6 +95,4 @@ int32_t SYS_ParseBuildDateTime(const char* text, uint32_t* date, uint32_t* time_
   return 0;
 }
 
-void SYS_Sleep(uint32_t milliseconds) {
-  usleep(milliseconds * 1000);
-}
+void SYS_Sleep(uint32_t milliseconds) { usleep(milliseconds * 1000); }

@@ -47,9 +47,7 @@ int32_t SYS_ConsoleKbHit() {
   return waiting;
 }
 
-int32_t SYS_ConsoleGetChar() {
-  return static_cast<int8_t>(getchar());
-}
+int32_t SYS_ConsoleGetChar() { return static_cast<int8_t>(getchar()); }
 
 char* SYS_ConsoleReadLine(const char* prompt, char* buffer, uint32_t capacity) {
   if (capacity == 0) return buffer;

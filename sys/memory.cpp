@@ -26,21 +26,13 @@ void* SYS_MEM_Alloc(uint32_t size) {
   return memory;
 }
 
-void* SYS_MEM_AllocNamed(uint32_t size, const char*) {
-  return SYS_MEM_Alloc(size);
-}
+void* SYS_MEM_AllocNamed(uint32_t size, const char*) { return SYS_MEM_Alloc(size); }
 
-void* SYS_MEM_AllocBlock(uint32_t size) {
-  return SYS_MEM_Alloc(size);
-}
+void* SYS_MEM_AllocBlock(uint32_t size) { return SYS_MEM_Alloc(size); }
 
-void* SYS_MEM_Realloc(void* memory, uint32_t size) {
-  return realloc(memory, size);
-}
+void* SYS_MEM_Realloc(void* memory, uint32_t size) { return realloc(memory, size); }
 
-void SYS_MEM_Free(void* memory) {
-  free(memory);
-}
+void SYS_MEM_Free(void* memory) { free(memory); }
 
 void SYS_MEM_FreeAndClear(void* address_of_pointer) {
   if (address_of_pointer == nullptr) return;
@@ -58,10 +50,6 @@ int32_t SYS_SpinSync() {
   return 0;
 }
 
-void SYS_SetUserValue(uint64_t value) {
-  user_value.store(value, std::memory_order_relaxed);
-}
+void SYS_SetUserValue(uint64_t value) { user_value.store(value, std::memory_order_relaxed); }
 
-uint64_t SYS_GetUserValue() {
-  return user_value.load(std::memory_order_relaxed);
-}
+uint64_t SYS_GetUserValue() { return user_value.load(std::memory_order_relaxed); }

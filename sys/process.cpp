@@ -35,23 +35,13 @@ int32_t SYS_GetRandomBytes(void* buffer, uint32_t length) {
   return close(device);
 }
 
-int32_t SYS_StartProcess(const void*, const char* path) {
-  return platform::StartProcess(path);
-}
+int32_t SYS_StartProcess(const void*, const char* path) { return platform::StartProcess(path); }
 
-int32_t SYS_GetNumCPUs() {
-  return platform::ProcessorCount();
-}
+int32_t SYS_GetNumCPUs() { return platform::ProcessorCount(); }
 
-uint32_t SYS_GetOSType() {
-  return 0x3000;
-}
+uint32_t SYS_GetOSType() { return 0x3000; }
 
 // 128 is a smallest width, not a limit.
-void SYS_SysLog(const char* message) {
-  syslog(LOG_USER | LOG_DEBUG, "%128s", message);
-}
+void SYS_SysLog(const char* message) { syslog(LOG_USER | LOG_DEBUG, "%128s", message); }
 
-int32_t SYS_GetLastError() {
-  return errno;
-}
+int32_t SYS_GetLastError() { return errno; }

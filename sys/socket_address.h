@@ -39,9 +39,7 @@ inline SystemAddress<sockaddr_in6> From(const SYS_SOCKET_IP6_ADDR& address, uint
   return result;
 }
 
-inline uint32_t AddressOf(const sockaddr_in& record) {
-  return ntohl(record.sin_addr.s_addr);
-}
+inline uint32_t AddressOf(const sockaddr_in& record) { return ntohl(record.sin_addr.s_addr); }
 
 inline SYS_SOCKET_IP6_ADDR AddressOf(const sockaddr_in6& record) {
   SYS_SOCKET_IP6_ADDR address;
@@ -49,13 +47,9 @@ inline SYS_SOCKET_IP6_ADDR AddressOf(const sockaddr_in6& record) {
   return address;
 }
 
-inline uint16_t PortOf(const sockaddr_in& record) {
-  return ntohs(record.sin_port);
-}
+inline uint16_t PortOf(const sockaddr_in& record) { return ntohs(record.sin_port); }
 
-inline uint16_t PortOf(const sockaddr_in6& record) {
-  return ntohs(record.sin6_port);
-}
+inline uint16_t PortOf(const sockaddr_in6& record) { return ntohs(record.sin6_port); }
 
 }  // namespace socket_address
 

@@ -162,9 +162,7 @@ int32_t SYS_SOCKET_AcceptTimeout(int32_t handle, int32_t timeout_ms) {
   return SYS_SOCKET_Accept(handle);
 }
 
-int32_t SYS_SOCKET_EnableBroadcast(int32_t handle) {
-  return Enable(handle, SO_BROADCAST);
-}
+int32_t SYS_SOCKET_EnableBroadcast(int32_t handle) { return Enable(handle, SO_BROADCAST); }
 
 int32_t SYS_SOCKET_SetRxBufferSize(int32_t handle, int32_t size) {
   return setsockopt(handle, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
@@ -187,13 +185,9 @@ int32_t SYS_SOCKET_SetTimeouts(int32_t handle, int32_t send_ms, int32_t receive_
   return SetTimeout(handle, SO_RCVTIMEO, receive_ms);
 }
 
-int32_t SYS_SOCKET_EnableKeepAlive(int32_t handle) {
-  return Enable(handle, SO_KEEPALIVE);
-}
+int32_t SYS_SOCKET_EnableKeepAlive(int32_t handle) { return Enable(handle, SO_KEEPALIVE); }
 
-int32_t SYS_SOCKET_SetBlocking(int32_t handle) {
-  return socket_setup::SetBlocking(handle, true);
-}
+int32_t SYS_SOCKET_SetBlocking(int32_t handle) { return socket_setup::SetBlocking(handle, true); }
 
 int32_t SYS_SOCKET_SetNonBlocking(int32_t handle) {
   return socket_setup::SetBlocking(handle, false);

@@ -113,17 +113,13 @@ int32_t ReceiveResultOf(int error) {
 
 }  // namespace
 
-int32_t SYS_SOCKET_CreateUDP() {
-  return socket(AF_INET, SOCK_DGRAM, 0);
-}
+int32_t SYS_SOCKET_CreateUDP() { return socket(AF_INET, SOCK_DGRAM, 0); }
 
 int32_t SYS_SOCKET_CreateUDP6(uint8_t dual_stack) {
   return WithDualStack(socket(AF_INET6, SOCK_DGRAM, 0), dual_stack);
 }
 
-int32_t SYS_SOCKET_Create() {
-  return CreateStream(AF_INET);
-}
+int32_t SYS_SOCKET_Create() { return CreateStream(AF_INET); }
 
 int32_t SYS_SOCKET_Create6(uint8_t dual_stack) {
   return WithDualStack(CreateStream(AF_INET6), dual_stack);
@@ -191,6 +187,4 @@ void SYS_SOCKET_Shutdown(int32_t handle, int32_t direction) {
   if (direction >= 0 && direction <= 2) shutdown(handle, kDirections[direction]);
 }
 
-void SYS_SOCKET_Close(int32_t handle) {
-  close(handle);
-}
+void SYS_SOCKET_Close(int32_t handle) { close(handle); }

@@ -75,9 +75,7 @@ void* RunWithoutArgument(void* function) {
 // ---- Time-outs ----
 
 // The time-outs count on the wall clock. False when it cannot be read.
-bool ReadWallClock(timeval& now) {
-  return gettimeofday(&now, nullptr) == 0;
-}
+bool ReadWallClock(timeval& now) { return gettimeofday(&now, nullptr) == 0; }
 
 timeval DeadlineAfter(const timeval& now, uint32_t timeout_ms) {
   timeval deadline = now;
@@ -183,21 +181,15 @@ SYS_THREAD_HANDLE SYS_GetCurrentThreadId() {
   return std::bit_cast<SYS_THREAD_HANDLE>(pthread_self());
 }
 
-SYS_THREAD_HANDLE SYS_GetThreadId(SYS_THREAD_HANDLE thread) {
-  return thread;
-}
+SYS_THREAD_HANDLE SYS_GetThreadId(SYS_THREAD_HANDLE thread) { return thread; }
 
-int32_t SYS_GetCurrentProcessId() {
-  return getpid();
-}
+int32_t SYS_GetCurrentProcessId() { return getpid(); }
 
 void SYS_ThreadReserved1(SYS_THREAD_HANDLE) {}
 void SYS_ThreadReserved2(SYS_THREAD_HANDLE) {}
 void SYS_ThreadReserved3(SYS_THREAD_HANDLE) {}
 
-SYS_MUTEX* SYS_MUTEX_Create() {
-  return SYS_MUTEX_CreateNamed(nullptr);
-}
+SYS_MUTEX* SYS_MUTEX_Create() { return SYS_MUTEX_CreateNamed(nullptr); }
 
 SYS_MUTEX* SYS_MUTEX_CreateNamed(const char* name) {
   SYS_MUTEX* const slot = mutexes.FindFree();
@@ -207,9 +199,7 @@ SYS_MUTEX* SYS_MUTEX_CreateNamed(const char* name) {
   return mutexes.Publish(slot);
 }
 
-void SYS_MUTEX_Destroy(SYS_MUTEX* mutex) {
-  SYS_MUTEX_Delete(&mutex);
-}
+void SYS_MUTEX_Destroy(SYS_MUTEX* mutex) { SYS_MUTEX_Delete(&mutex); }
 
 void SYS_MUTEX_Delete(SYS_MUTEX** mutex) {
   SYS_MUTEX* const slot = mutexes.Find(*mutex);
@@ -220,13 +210,9 @@ void SYS_MUTEX_Delete(SYS_MUTEX** mutex) {
   *mutex = nullptr;
 }
 
-void SYS_MUTEX_Lock(SYS_MUTEX* mutex) {
-  SYS_MUTEX_LockTimed(mutex, SYS_INFINITE);
-}
+void SYS_MUTEX_Lock(SYS_MUTEX* mutex) { SYS_MUTEX_LockTimed(mutex, SYS_INFINITE); }
 
-void SYS_MUTEX_Unlock(SYS_MUTEX* mutex) {
-  SYS_MUTEX_Release(mutex);
-}
+void SYS_MUTEX_Unlock(SYS_MUTEX* mutex) { SYS_MUTEX_Release(mutex); }
 
 int32_t SYS_MUTEX_Release(SYS_MUTEX* mutex) {
   SYS_MUTEX* const slot = mutexes.Find(mutex);

@@ -127,6 +127,7 @@ void PutPadding(Output& output, const Directive& directive, uint32_t length) {
 void PutDecimal(Output& output, const Directive& directive, uint64_t value) {
   uint32_t length = DecimalLength(value);
   PutPadding(output, directive, length);
+  if (output.room() == 0) return;
   if (length > output.room()) {
     // Only the leading digits fit: drop the others from the value.
     value /= kPowersOfTen[length - output.room()];
@@ -143,6 +144,7 @@ void PutDecimal(Output& output, const Directive& directive, uint64_t value) {
 void PutHex(Output& output, const Directive& directive, uint64_t value, const char* digits) {
   uint32_t length = HexLength(value);
   PutPadding(output, directive, length);
+  if (output.room() == 0) return;
   if (length > output.room()) {
     value >>= 4 * (length - output.room());
     length = static_cast<uint32_t>(output.room());

@@ -48,6 +48,4 @@ int32_t UTIL_stricmp(const char* first, const char* second) {
   return Folded(*first) - Folded(*second);
 }
 
-uint64_t UTIL_strlen(const char* text) {
-  return strlen(text);
-}
+uint64_t UTIL_strlen(const char* text) { return strlen(text); }

@@ -13,9 +13,7 @@ extern char** environ;  // <unistd.h> does not declare it here
 
 // The counter is taken as nanoseconds without its time base: on x86-64 the ratio is 1, also where
 // another processor translates the program.
-uint64_t platform::MonotonicNanoseconds() {
-  return mach_absolute_time();
-}
+uint64_t platform::MonotonicNanoseconds() { return mach_absolute_time(); }
 
 int32_t platform::ProcessorCount() {
   int32_t count = 0;

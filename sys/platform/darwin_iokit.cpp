@@ -13,6 +13,4 @@ void platform::CreateIdleSleepAssertion(uint32_t* assertion) {
 #pragma clang diagnostic pop
 }
 
-void platform::ReleaseIdleSleepAssertion(uint32_t assertion) {
-  IOPMAssertionRelease(assertion);
-}
+void platform::ReleaseIdleSleepAssertion(uint32_t assertion) { IOPMAssertionRelease(assertion); }

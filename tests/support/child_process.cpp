@@ -72,13 +72,9 @@ ChildProcess::~ChildProcess() {
   }
 }
 
-void ChildProcess::Signal(int signal_number) const {
-  kill(pid_, signal_number);
-}
+void ChildProcess::Signal(int signal_number) const { kill(pid_, signal_number); }
 
-bool ChildProcess::IsRunning() {
-  return !exit_status_ && !Reap(WNOHANG);
-}
+bool ChildProcess::IsRunning() { return !exit_status_ && !Reap(WNOHANG); }
 
 bool ChildProcess::Reap(int flags) {
   int wait_status = 0;

@@ -32,9 +32,7 @@ PseudoTerminal::~PseudoTerminal() {
   CloseController();
 }
 
-void PseudoTerminal::Type(std::string_view keys) {
-  EXPECT_TRUE(WriteAll(controller_, keys));
-}
+void PseudoTerminal::Type(std::string_view keys) { EXPECT_TRUE(WriteAll(controller_, keys)); }
 
 termios PseudoTerminal::Modes() const {
   termios modes{};
@@ -52,12 +50,8 @@ void PseudoTerminal::TurnOffOutputProcessing() {
   SetModes(modes);
 }
 
-void PseudoTerminal::CloseController() {
-  CloseOnce(controller_);
-}
+void PseudoTerminal::CloseController() { CloseOnce(controller_); }
 
-void PseudoTerminal::CloseDevice() {
-  CloseOnce(device_);
-}
+void PseudoTerminal::CloseDevice() { CloseOnce(device_); }
 
 }  // namespace support
