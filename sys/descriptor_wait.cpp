@@ -69,6 +69,6 @@ int32_t descriptor_wait::ForWriting(int32_t descriptor, timeval timeout) {
 timeval descriptor_wait::FromMilliseconds(int32_t milliseconds) {
   timeval time{};
   time.tv_sec = milliseconds / 1000;
-  time.tv_usec = (milliseconds % 1000) * 1000;
+  time.tv_usec = decltype(time.tv_usec){milliseconds % 1000} * 1000;
   return time;
 }

@@ -72,7 +72,7 @@ bool StartAttempt(SocketGuard& socket, SystemAddress<sockaddr_in>& to) {
   socket.Reset(CreateStream(AF_INET));
   if (!socket.is_open()) return false;
   socket_setup::SetBlocking(socket.get(), false);
-  connect(socket.get(), to.get(), to.length);
+  static_cast<void>(connect(socket.get(), to.get(), to.length));
   return true;
 }
 

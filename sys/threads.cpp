@@ -20,7 +20,9 @@ struct SYS_MUTEX {
 
 struct SYS_EVENT {
   std::atomic<uint32_t> in_use = 0;
-  uint32_t signalled = 0;  // read and written with the mutex held
+  std::atomic<uint32_t> waiters = 0;
+  // Read and written with the mutex held, but for creation and destruction.
+  std::atomic<uint32_t> signalled = 0;
   pthread_mutex_t mutex{};
   pthread_cond_t condition{};
 };
@@ -122,9 +124,19 @@ int32_t PollForLock(pthread_mutex_t& mutex, uint32_t timeout_ms) {
 
 // ---- Events ----
 
+// Threads may still wait for an event that was destroyed. They keep its slot's objects alive, since
+// destroying a condition with waiters would wait for them, and the slot's next event takes both
+// over.
 bool InitEvent(SYS_EVENT& slot) {
+  if (slot.waiters.load() > 0) return true;
   return pthread_mutex_init(&slot.mutex, nullptr) == 0 &&
          pthread_cond_init(&slot.condition, nullptr) == 0;
+}
+
+void ReleaseEvent(SYS_EVENT& slot) {
+  if (slot.waiters.load() > 0) return;
+  pthread_mutex_destroy(&slot.mutex);
+  pthread_cond_destroy(&slot.condition);
 }
 
 int32_t WaitForever(SYS_EVENT& event) {
@@ -169,6 +181,7 @@ SYS_THREAD_HANDLE SYS_CreateThread(SYS_THREAD_FUNC function, SYS_THREAD_HANDLE* 
 }
 
 int32_t SYS_CancelThread(SYS_THREAD_HANDLE thread) {
+  if (thread == 0) return ESRCH;  // what a failed start gave
   return pthread_cancel(std::bit_cast<pthread_t>(thread));
 }
 
@@ -238,8 +251,7 @@ SYS_EVENT* SYS_EVENT_Create(uint32_t manual_reset, uint32_t initial_state) {
 void SYS_EVENT_Destroy(SYS_EVENT* event) {
   SYS_EVENT* const slot = events.Find(event);
   if (slot == nullptr) return;
-  pthread_mutex_destroy(&slot->mutex);
-  pthread_cond_destroy(&slot->condition);
+  ReleaseEvent(*slot);
   events.Free(slot);
   slot->signalled = 0;
 }
@@ -256,8 +268,10 @@ void SYS_EVENT_Set(SYS_EVENT* event) {
 int32_t SYS_EVENT_Wait(SYS_EVENT* event, uint32_t timeout_ms) {
   SYS_EVENT* const slot = events.Find(event);
   if (slot == nullptr || pthread_mutex_lock(&slot->mutex) != 0) return -1;
+  ++slot->waiters;
   const int32_t result =
       timeout_ms == SYS_INFINITE ? WaitForever(*slot) : WaitTimed(*slot, timeout_ms);
+  --slot->waiters;
   if (result == 0) slot->signalled = 0;
   return pthread_mutex_unlock(&slot->mutex) == 0 ? result : -1;
 }

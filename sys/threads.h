@@ -47,7 +47,7 @@ SYS_THREAD_HANDLE SYS_CreateThreadEx(SYS_THREAD_FUNC_EX function, void* argument
                                      SYS_THREAD_HANDLE* handle);
 
 /* Asks a running thread to end at its next cancellation point, as pthread_cancel does, and returns
- * that call's result: 0, or an error number. */
+ * that call's result: 0, or an error number, ESRCH for the handle 0. */
 int32_t SYS_CancelThread(SYS_THREAD_HANDLE thread);
 
 /* Stores SYS_THREAD_STILL_ACTIVE into code, which must not be null, and returns 1: the end of a
@@ -123,7 +123,8 @@ typedef struct SYS_EVENT SYS_EVENT;
  * the system has none. */
 SYS_EVENT* SYS_EVENT_Create(uint32_t manual_reset, uint32_t initial_state);
 
-/* Frees an event that nobody waits for; threads that do wait are not woken. */
+/* Frees an event. Threads that still wait for it are not woken: their time runs out, or the slot's next
+ * event ends their wait. */
 void SYS_EVENT_Destroy(SYS_EVENT* event);
 
 /* Sets the event and wakes at most one waiting thread. */

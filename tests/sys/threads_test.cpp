@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <thread>
 #include <vector>
@@ -108,6 +109,8 @@ TEST(SysCancelThread, EndsARunningThread) {
     return beats == before;
   }));
 }
+
+TEST(SysCancelThread, HandleOfAFailedStartGivesAnError) { EXPECT_EQ(SYS_CancelThread(0), ESRCH); }
 
 TEST(SysGetThreadExitCode, IsAlwaysStillActive) {
   for (const SYS_THREAD_HANDLE handle : {SYS_GetCurrentThreadId(), SYS_THREAD_HANDLE{0}}) {
@@ -424,6 +427,24 @@ TEST(SysEventHandles, NullFreedAndForeignOnesFail) {
     SYS_EVENT_Set(handle);
     SYS_EVENT_Destroy(handle);
   }
+}
+
+TEST(SysEventDestroy, NeitherWakesWaitingThreadsNorWaitsForThem) {
+  SYS_EVENT* const event = SYS_EVENT_Create(0, 0);
+  std::atomic<bool> is_waiting = false;
+  int32_t result = 0;
+  std::thread waiter([&] {
+    is_waiting = true;
+    result = SYS_EVENT_Wait(event, 400);
+  });
+  ASSERT_TRUE(Eventually([&] { return is_waiting.load(); }));
+  std::this_thread::sleep_for(milliseconds(50));
+  EXPECT_LT(TimeOf([&] { SYS_EVENT_Destroy(event); }).count(), 300);
+  EXPECT_EQ(SYS_EVENT_Wait(event, 0), -1);
+  waiter.join();
+  EXPECT_EQ(result, 258);
+  EXPECT_EQ(SYS_EVENT_Create(0, 1), event);
+  EXPECT_EQ(SYS_EVENT_Wait(event, 0), 0);
 }
 
 TEST(SysEventDestroy, FreesTheSlotForAnEventOfItsOwnState) {
