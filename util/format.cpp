@@ -83,7 +83,7 @@ constexpr std::array<uint64_t, 20> kPowersOfTen = [] {
   return powers;
 }();
 
-// 1233 / 4096 is log10(2) from just above, which makes the estimate right or one too low for every
+// 1233 / 4096 is log10(2) from just below, which makes the estimate right or one too low for every
 // bit width up to 64 (Hacker's Delight, "Integer Log Base 10").
 uint32_t DecimalLength(uint64_t value) {
   const uint64_t non_zero = value | 1;  // as many digits as value, and 1 for 0
