@@ -123,8 +123,8 @@ typedef struct SYS_EVENT SYS_EVENT;
  * the system has none. */
 SYS_EVENT* SYS_EVENT_Create(uint32_t manual_reset, uint32_t initial_state);
 
-/* Frees an event. Threads that still wait for it are not woken: their time runs out, or the slot's next
- * event ends their wait. */
+/* Frees an event. Threads that still wait for it are not woken: their time runs out, or the slot's
+ * next event ends their wait. */
 void SYS_EVENT_Destroy(SYS_EVENT* event);
 
 /* Sets the event and wakes at most one waiting thread. */

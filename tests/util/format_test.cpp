@@ -48,9 +48,7 @@ void ExpectText(std::string_view expected, const char* format, Arguments... argu
 }
 
 // A pointer with these bits, for printing alone.
-const void* PointerTo(uintptr_t address) {
-  return reinterpret_cast<const void*>(address);
-}
+const void* PointerTo(uintptr_t address) { return reinterpret_cast<const void*>(address); }
 
 // ---- Text outside directives ----
 
@@ -496,9 +494,7 @@ TEST(UtilSnprintf, StringIgnoresWidthAndPrecision) {
   ExpectText("abc", "%06.1s", "abc");
 }
 
-TEST(UtilSnprintf, DirectivesInsideAStringAreText) {
-  ExpectText("%d %% %s", "%s", "%d %% %s");
-}
+TEST(UtilSnprintf, DirectivesInsideAStringAreText) { ExpectText("%d %% %s", "%s", "%d %% %s"); }
 
 TEST(UtilSnprintf, StringIsNotReadBehindItsZero) {
   GuardedBuffer string(4);

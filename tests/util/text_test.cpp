@@ -74,9 +74,7 @@ TEST(UtilCopyString, CopiesAllThatFits) {
   ExpectCopy("hello", "hello", 7);
 }
 
-TEST(UtilCopyString, CapacityOneGivesTheEmptyString) {
-  ExpectCopy("", "hello", 1);
-}
+TEST(UtilCopyString, CapacityOneGivesTheEmptyString) { ExpectCopy("", "hello", 1); }
 
 TEST(UtilCopyString, EmptySourceGivesTheEmptyString) {
   ExpectCopy("", "", 1);
@@ -84,9 +82,7 @@ TEST(UtilCopyString, EmptySourceGivesTheEmptyString) {
   ExpectCopy("", "", 64);
 }
 
-TEST(UtilCopyString, StoresNothingBehindTheTerminator) {
-  ExpectCopy("hello", "hello", 64);
-}
+TEST(UtilCopyString, StoresNothingBehindTheTerminator) { ExpectCopy("hello", "hello", 64); }
 
 TEST(UtilCopyString, CapacityZeroTouchesNothing) {
   GuardedBuffer destination(8);
