@@ -17,6 +17,10 @@ constexpr int32_t kBacklog = 8;
 constexpr uint32_t kPollMs = 20;
 // A client that takes nothing for so long is dropped.
 constexpr uint32_t kPatienceMs = 2000;
+// A client that goes on sending after the end is listened to for so long. The next one may be
+// waiting for its welcome by then, and waits 50 ms for it.
+constexpr uint32_t kFarewellMs = 20;
+constexpr int32_t kSendSide = 1;
 
 }  // namespace
 
@@ -29,6 +33,9 @@ Server::~Server() {
 
 bool Server::Listen() {
   listener_ = SYS_SOCKET_Create();
+  // A client may be gone between the wait and the accept; the accept then must not wait for
+  // another.
+  SYS_SOCKET_SetNonBlocking(listener_);
   return SYS_SOCKET_Listen(listener_, kLoopbackAddress, options_.port, kBacklog) == 0;
 }
 
@@ -43,34 +50,40 @@ void Server::Run() {
     const int32_t client = SYS_SOCKET_AcceptTimeout(listener_, kPollMs);
     if (client >= 0) {
       Serve(client);
-      SYS_SOCKET_Close(client);
+      CloseInOrder(client);
     } else if (client != SYS_SOCKET_ERR_WOULDBLOCK) {
       SYS_Sleep(kPollMs);  // a signal, or no descriptor left: try again, but not in a tight loop
     }
   }
 }
 
+// Welcome and first prompt go out together: what a client takes for the welcome text, its first
+// received bytes, is then the same each time.
 void Server::Serve(int32_t client) {
   SYS_SOCKET_SetNonBlocking(client);
   SleepUnlessStopped(options_.welcome_delay_ms);
   if (options_.refusal) {
-    Send(client, "ERROR: " + *options_.refusal + "\r\n");
-  } else if (Send(client, options_.welcome)) {
-    target_.Connect();
+    Send(client, "ERROR: " + *options_.refusal);
+  } else if (Send(client, options_.welcome + target_.Attach())) {
     Relay(client);
   }
 }
 
 // Until the client or the target ends the connection.
 void Server::Relay(int32_t client) {
-  while (!stop_ && Send(client, target_.TakeOutput()) && !target_.TakeReboot()) {
+  while (!stop_ && !target_.link_is_down()) {
+    std::string output;
     if (SYS_SOCKET_IsReadable(client, kPollMs) == 1) {
-      std::array<char, 4096> bytes;
+      std::array<char, 1024> bytes;
       const int32_t received = SYS_SOCKET_Receive(client, bytes.data(), bytes.size());
-      if (received <= 0) return;
-      target_.Receive({bytes.data(), static_cast<size_t>(received)}, SYS_GetTickCount());
+      const bool is_passing =
+          received == SYS_SOCKET_ERR_WOULDBLOCK || received == SYS_SOCKET_ERR_INTR;
+      if (received <= 0 && !is_passing) return;
+      const size_t count = is_passing ? 0 : static_cast<size_t>(received);
+      output = target_.Receive({bytes.data(), count}, SYS_GetTickCount());
     }
-    target_.Tick(SYS_GetTickCount());
+    output += target_.Poll(SYS_GetTickCount());
+    if (!Send(client, output)) return;
   }
 }
 
@@ -90,6 +103,19 @@ bool Server::Send(int32_t client, std::string_view bytes) const {
     }
   }
   return true;
+}
+
+// A close with received bytes left unread would reset the connection, and a reset may overtake what
+// was sent last. So the client is told first, and gets a moment to stop sending.
+void Server::CloseInOrder(int32_t client) const {
+  SYS_SOCKET_Shutdown(client, kSendSide);
+  const uint32_t start_ms = SYS_GetTickCount();
+  while (!stop_ && SYS_GetTickCount() - start_ms < kFarewellMs &&
+         SYS_SOCKET_IsReadable(client, kFarewellMs) == 1) {
+    std::array<char, 1024> unwanted;
+    if (SYS_SOCKET_Receive(client, unwanted.data(), unwanted.size()) <= 0) break;
+  }
+  SYS_SOCKET_Close(client);
 }
 
 void Server::SleepUnlessStopped(uint32_t milliseconds) const {

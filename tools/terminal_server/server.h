@@ -30,6 +30,7 @@ class Server {
   void Serve(int32_t client);
   void Relay(int32_t client);
   bool Send(int32_t client, std::string_view bytes) const;
+  void CloseInOrder(int32_t client) const;
   void SleepUnlessStopped(uint32_t milliseconds) const;
 
   const Options options_;

@@ -1,74 +1,100 @@
-// A small simulated target: firmware with a line monitor on its terminal channel.
+// The simulated target: a small firmware with a line monitor on its terminal channel.
+//
+// Bytes go in, bytes come out; the time is handed in with every call, so that nothing in here
+// waits, and tests decide how late it is. Times are milliseconds of a counter that may start
+// anywhere and may wrap.
+//
+// The monitor's rules:
+//   - It does not echo: the terminal shows what is typed by itself.
+//   - CR, LF and CR LF end a line.
+//   - Backspace (8) and delete (127) take the last character back, all bytes of a UTF-8 one, and
+//     wipe it off the screen.
+//   - Ctrl-C (3) drops the line. Any other control key is shown as "^X" and has no effect; the line
+//     then stands in a new row. Zero bytes and escape sequences (arrow and function keys) are
+//     ignored.
+//   - A line holds kLineLimit bytes; what is typed beyond that is lost.
+//   - Command words are the same in upper and lower case; blanks round them do not matter.
 #ifndef TARVEN_TOOLS_TERMINAL_SERVER_TARGET_H_
 #define TARVEN_TOOLS_TERMINAL_SERVER_TARGET_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace terminal_server {
 
-// Bytes in, bytes out, and a clock in milliseconds that the caller keeps; nothing else. What the
-// target holds (LED, log, time since its start) outlives terminal connections and ends with a
-// reboot.
-//
-// It does not echo what it receives, since the terminal does that. Its lines end in CR LF. A
-// received line ends in CR, LF or both.
 class Target {
  public:
-  explicit Target(uint32_t now_ms) { Boot(now_ms); }
+  static constexpr size_t kLineLimit = 120;
+  static constexpr uint32_t kLogPeriodMs = 1000;
 
-  // A terminal has been connected: forgets a half-typed line and shows the prompt.
-  void Connect();
+  // Powers the target up.
+  explicit Target(uint32_t now_ms);
 
-  // Takes what the terminal sends.
-  void Receive(std::string_view bytes, uint32_t now_ms);
+  // A terminal has been connected. Returns the prompt; a half-typed line is forgotten, everything
+  // else stays as it was.
+  std::string Attach();
 
-  // Lets time pass: the periodic log.
-  void Tick(uint32_t now_ms);
+  // Takes what was typed and returns what the firmware prints. Nothing behind a reboot is looked
+  // at.
+  std::string Receive(std::string_view bytes, uint32_t now_ms);
 
-  // Returns what the target has printed since the last call.
-  std::string TakeOutput();
+  // Returns what the firmware prints by itself: a log line when one is due, else nothing. Lines
+  // that nobody called for in time are not made up for.
+  std::string Poll(uint32_t now_ms);
 
-  // True once after a reboot, which drops the terminal's connection.
-  bool TakeReboot();
+  // True from a reboot until the next Attach: the connection has to be dropped.
+  bool link_is_down() const { return link_is_down_; }
 
  private:
+  // What the next byte may belong to.
+  enum class Input { kText, kAfterCarriageReturn, kAfterEscape, kInSequence };
+
+  // Carries a command out. False when its arguments make no sense, which prints its usage.
+  using Handler = bool (Target::*)(std::string_view arguments);
+
   struct Command {
     std::string_view name;
     std::string_view arguments;
     std::string_view help;
-    void (Target::*run)(std::string_view argument);
+    Handler handler;
   };
+
   static const Command kCommands[];
 
-  void Boot(uint32_t now_ms);
-  void ReceiveByte(char byte);
+  void TakeByte(char byte);
+  bool TakeEscapeSequence(char byte);
+  void TakeControl(char byte);
+  void TakeText(char byte);
   void EndLine();
-  void RunLine(std::string_view line);
+  void EraseLastCharacter(char key);
+  void RunLine();
+  void RunCommand(const Command& command, std::string_view arguments);
+
+  bool Help(std::string_view arguments);
+  bool Led(std::string_view arguments);
+  bool Temperature(std::string_view arguments);
+  bool Uptime(std::string_view arguments);
+  bool Echo(std::string_view arguments);
+  bool Log(std::string_view arguments);
+  bool Reboot(std::string_view arguments);
+
+  void PowerUp();
   void Print(std::string_view text) { output_ += text; }
   void PrintLine(std::string_view text);
-  void Prompt();
-  std::string TemperatureText() const;
+  void ShowPrompt();
+  void ShowPromptInNewRow();
+  std::string TakeOutput();
+  uint32_t UptimeMs() const { return now_ms_ - boot_ms_; }
 
-  void Help(std::string_view argument);
-  void Led(std::string_view argument);
-  void Temp(std::string_view argument);
-  void Uptime(std::string_view argument);
-  void Echo(std::string_view argument);
-  void Log(std::string_view argument);
-  void Reboot(std::string_view argument);
-
-  // Stores on or off, or says what the command takes.
-  bool TakeSwitch(std::string_view argument, std::string_view command, bool& is_on);
-
+  uint32_t now_ms_;
   uint32_t boot_ms_ = 0;
-  uint32_t now_ms_ = 0;
-  uint32_t next_log_ms_ = 0;
-  bool is_led_on_ = false;
-  bool is_log_on_ = false;
-  bool has_rebooted_ = false;
-  bool was_carriage_return_ = false;
+  bool led_is_on_ = false;
+  bool log_is_on_ = false;
+  uint32_t log_due_ms_ = 0;
+  bool link_is_down_ = false;
+  Input input_ = Input::kText;
   std::string line_;
   std::string output_;
 };
