@@ -3,149 +3,224 @@
 
 usage: check_layers.py [ROOT]
 
-Dependencies run one way: the text families of util -> sys -> util/dynbuffer -> settings; the client uses
-sys and util, the probe binding the platform seam alone. Only sys/ and probe/ speak to the operating
-system, and only sys/platform/ knows which one it is. What breaks a rule is printed as "file:line: rule";
-the exit status is 1 then, else 0.
+Dependencies run one way: the text families of util -> sys -> util/dynbuffer -> settings; the client
+stands on sys and util, the probe binding on sys/platform alone. Only sys/ and probe/ speak to the
+operating system, and only sys/platform/ knows which one it is.
+
+Prints "file:line: rule" for every broken rule and exits with 1, or prints one summary line and
+exits with 0. ROOT is the tree to check; without it, the tree that this script stands in.
 """
 
 import pathlib
+import posixpath
 import re
 import sys
 
-SOURCE_SUFFIXES = {".c", ".cpp", ".h"}
-
-# Folder (or file, without its suffix) -> the folders and files it may include besides itself. The longest
-# name that fits a file counts.
-MAY_INCLUDE = {
-    "util": (),
-    "util/dynbuffer": ("util", "sys"),
-    "sys": ("util", "sys/platform"),
-    "sys/platform": (),
-    "settings": ("sys", "util", "util/dynbuffer"),
-    "probe": ("sys/platform",),
-    "client": ("sys", "util"),
-    "tools": ("sys", "util"),
-    "tests": ("client", "probe", "settings", "sys", "sys/platform", "tools", "util", "util/dynbuffer"),
-    "bench": ("probe", "settings", "sys", "util", "util/dynbuffer"),
-    "fuzz": ("client", "probe", "settings", "sys", "util", "util/dynbuffer", "tests"),
-    "examples": ("probe", "settings", "sys", "util"),
-}
-
-# Where the rules for the product's own code hold.
-PRODUCT = ("client", "probe", "settings", "sys", "util")
+SUFFIXES = {".c", ".cpp", ".def", ".h"}
+FOLDERS_WITHOUT_SOURCES = {"build", "cmake", "docs", "node_modules", "scripts"}
 
 C_HEADERS = set("""
-    assert.h complex.h ctype.h errno.h fenv.h float.h inttypes.h iso646.h limits.h locale.h math.h setjmp.h
-    signal.h stdalign.h stdarg.h stdatomic.h stdbool.h stddef.h stdint.h stdio.h stdlib.h stdnoreturn.h
-    string.h tgmath.h threads.h time.h uchar.h wchar.h wctype.h
-    """.split())
+    assert.h complex.h ctype.h errno.h fenv.h float.h inttypes.h iso646.h limits.h locale.h math.h
+    setjmp.h signal.h stdalign.h stdarg.h stdatomic.h stdbool.h stddef.h stdint.h stdio.h stdlib.h
+    stdnoreturn.h string.h tgmath.h threads.h time.h uchar.h wchar.h wctype.h""".split())
 
-# C++ headers that need nothing of the C++ run-time library.
-HEADER_ONLY_CPP = set("""
-    algorithm array atomic bit cassert cctype cerrno cinttypes climits compare concepts cstdarg cstddef
-    cstdint cstdio cstdlib cstring ctime initializer_list iterator limits numeric optional span string_view
-    tuple type_traits utility
-    """.split())
+# The C++ headers whose contents need nothing of the C++ run-time library.
+HEADER_ONLY_CPP_HEADERS = set("""
+    algorithm array atomic bit cassert cctype cerrno cfloat charconv cinttypes climits cmath compare
+    concepts csetjmp csignal cstdarg cstddef cstdint cstdio cstdlib cstring ctime initializer_list
+    iterator limits numbers numeric optional ranges ratio span string_view tuple type_traits utility
+    version""".split())
 
-# Names that a header of sys/ may not bear: the system has a <sys/...> of that name.
-SYSTEM_NAMES = set("""
-    errno.h event.h file.h ioctl.h mman.h param.h poll.h random.h resource.h select.h signal.h socket.h
-    stat.h syslog.h termios.h time.h types.h uio.h un.h unistd.h wait.h
-    """.split())
+# POSIX.1-2017, and in the last line what Linux and macOS have in common beyond it.
+POSIX_HEADERS = set("""
+    aio.h arpa/inet.h cpio.h dirent.h dlfcn.h fcntl.h fmtmsg.h fnmatch.h ftw.h glob.h grp.h iconv.h
+    langinfo.h libgen.h monetary.h mqueue.h ndbm.h net/if.h netdb.h netinet/in.h netinet/tcp.h
+    nl_types.h poll.h pthread.h pwd.h regex.h sched.h search.h semaphore.h spawn.h strings.h
+    sys/ipc.h sys/mman.h sys/msg.h sys/resource.h sys/select.h sys/sem.h sys/shm.h sys/socket.h
+    sys/stat.h sys/statvfs.h sys/time.h sys/times.h sys/types.h sys/uio.h sys/un.h sys/utsname.h
+    sys/wait.h syslog.h tar.h termios.h ulimit.h unistd.h utime.h utmpx.h wordexp.h
+    editline/readline.h ifaddrs.h sys/file.h sys/ioctl.h sys/param.h""".split())
 
-# Headers that belong to one system, and the one folder that may know it.
-ONE_SYSTEM = re.compile(
-    r"(mach|IOKit|CoreFoundation|linux|asm)/|sys/(sysctl|prctl|epoll|inotify|event)\.h|libproc\.h")
-SYSTEM_CONDITION = re.compile(r"^\s*#\s*(if|ifdef|ifndef|elif)\b.*__(APPLE|linux|MACH)__")
+# More names X of which a system has <sys/X>.
+OTHER_SYS_NAMES = set("""
+    cdefs.h dir.h epoll.h errno.h event.h eventfd.h fcntl.h kernel.h lock.h mount.h poll.h prctl.h
+    proc.h queue.h random.h reboot.h sendfile.h signal.h syscall.h sysctl.h sysinfo.h syslog.h
+    termios.h timerfd.h tty.h ucontext.h unistd.h user.h vm.h xattr.h""".split())
+SYS_NAMES = OTHER_SYS_NAMES | {name[4:] for name in POSIX_HEADERS if name.startswith("sys/")}
 
-# The product's one source outside sys/ and probe/ that speaks to the system itself.
-POSIX_EXCEPTION = "client/terminal_mode.cpp"
+# Kinds of system headers, worded for the messages. Unknown ones count as SPECIFIC.
+STANDARD = "is standard"
+RUN_TIME = "needs the C++ run-time library"
+POSIX = "belongs to the operating system"
+SPECIFIC = "is neither standard nor on every system"
 
-INCLUDE = re.compile(r'^\s*#\s*include\s*(<([^>]+)>|"([^"]+)")')
+PORTABLE = {STANDARD}
+HOSTED = {STANDARD, RUN_TIME}
+UNIX = {STANDARD, POSIX}
+ONE_SYSTEM = {STANDARD, POSIX, SPECIFIC}
+EVERYTHING = None
+
+ALL_UTIL = {"util", "util/dynbuffer", "util/util"}
+UMBRELLAS = {"util/util.h", "sys/sys.h", "settings/xml.h", "settings/registry.h",
+             "probe/probelib.h", "probe/mbolt_api.h"}
+
+# Unit (a folder, or a file without its suffix; the longest that fits a path counts) -> the units
+# and single headers of ours that it may include besides its own, and the kinds of system headers.
+UNITS = {
+    "util": (set(), PORTABLE),
+    "util/dynbuffer": ({"util", "sys/memory.h"}, PORTABLE),
+    "util/util": (ALL_UTIL, PORTABLE),
+    "sys": ({"util", "sys/platform"}, UNIX),
+    "sys/platform": (set(), ONE_SYSTEM),
+    "settings": (ALL_UTIL | {"sys"}, PORTABLE),
+    "client": (ALL_UTIL | {"sys"}, PORTABLE),
+    "probe": ({"sys/platform"}, UNIX),
+    "tools": (ALL_UTIL | {"sys", "probe/entry_points.def", "probe/mbolt_api.h"}, HOSTED),
+    "examples": (UMBRELLAS, PORTABLE),
+    "tests": (EVERYTHING, EVERYTHING),
+    "bench": (EVERYTHING, EVERYTHING),
+    "fuzz": (EVERYTHING, EVERYTHING),
+}
+
+# The session asks the terminal itself: the one source outside sys/ and probe/ that may.
+SYSTEM_EXCEPTIONS = {"client/terminal_mode.cpp": UNIX}
+
+PUBLIC_FOLDERS = {"util", "sys", "settings", "probe"}
+FOLDERS_THAT_KNOW_THE_SYSTEM = ("sys/platform/", "tests/")
+
+COMMENT_OR_TEXT = re.compile(
+    r"""//(?:\\\n|[^\n])*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|(?<!\w)'(?:\\.|[^'\\\n])*'""", re.DOTALL)
+DIRECTIVE = re.compile(r"^[ \t]*#[ \t]*(\w+)((?:\\\n|[^\n])*)", re.MULTILINE)
+HEADER = re.compile(r'\s*(?:"([^"]+)"|<([^>]+)>)')
+SYSTEM_MACRO = re.compile(
+    r"\b(__APPLE__|__MACH__|TARGET_OS_\w+|__linux(__)?|__gnu_linux__|__unix__|_WIN32)\b")
+
+
+def without_comments(text):
+    """The text with every comment replaced by its line ends."""
+    def keep(match):
+        return match[0] if match[0][0] in "\"'" else "\n" * match[0].count("\n")
+    return COMMENT_OR_TEXT.sub(keep, text)
 
 
 def unit_of(path):
-    """The entry of MAY_INCLUDE that a path (relative, as text) falls under, or None."""
-    stem = re.sub(r"\.(cpp|c|h)$", "", path)
-    fitting = [name for name in MAY_INCLUDE if stem == name or path.startswith(name + "/")]
+    """The entry of UNITS that a path falls under, or None."""
+    stem = posixpath.splitext(path)[0]
+    fitting = [unit for unit in UNITS if stem == unit or path.startswith(unit + "/")]
     return max(fitting, key=len, default=None)
 
 
-def is_product(path):
-    return path.startswith(tuple(folder + "/" for folder in PRODUCT))
+def kind_of(header):
+    if header in C_HEADERS or header in HEADER_ONLY_CPP_HEADERS:
+        return STANDARD
+    if header in POSIX_HEADERS:
+        return POSIX
+    return SPECIFIC if "." in header or "/" in header else RUN_TIME
 
 
-def check_quoted(path, header, root):
-    """The rule that an include of one of our own headers breaks, or None."""
-    sibling = str(pathlib.PurePosixPath(path).parent / header)
-    if "/" not in header:
-        # Public headers include their neighbours so, which works installed as well.
-        if not (root / sibling).is_file():
-            return f'there is no "{header}" beside this file'
-        header = sibling
-    elif not (root / header).is_file():
-        return f'there is no "{header}" in the tree'
-    unit, target = unit_of(path), unit_of(header)
-    if target == unit or target in MAY_INCLUDE[unit]:
+def is_public(path, text):
+    """Whether a header is one of those that users include: umbrellas and what has C linkage."""
+    folder, name = posixpath.split(path)
+    return (folder in PUBLIC_FOLDERS and name.endswith(".h")
+            and (name == folder + ".h" or 'extern "C"' in text))
+
+
+def check_ours(path, found, shown, public):
+    """The rule that including a header of this tree breaks, or None."""
+    unit, target = unit_of(path), unit_of(found)
+    ours = UNITS[unit][0]
+    if ours is not EVERYTHING and target != unit and not {target, found} & ours:
+        return f"{unit} may not include {shown}"
+    if public and "/" in shown and not shown.startswith('"../'):
+        return f"a public header includes its siblings without a folder, not {shown}"
+    return None
+
+
+def check_systems(path, header, shown, public):
+    """The rule that including a header from outside this tree breaks, or None."""
+    unit = unit_of(path)
+    systems = SYSTEM_EXCEPTIONS.get(path, UNITS[unit][1])
+    kind = kind_of(header)
+    if systems is not EVERYTHING and kind not in systems:
+        return f"{unit} may not include {shown}, which {kind}"
+    if public and header not in C_HEADERS:
+        return f"a public header may not include {shown}, which C does not have"
+    return None
+
+
+class Checker:
+    """The rules, applied to one tree."""
+
+    def __init__(self, root):
+        self.root = root
+
+    def find(self, path, quoted, angled):
+        """The path of an included header in the tree; None when the system has to supply it."""
+        if angled:
+            return angled[len("tarven/"):] if angled.startswith("tarven/") else None
+        for folder in (posixpath.dirname(path), ""):
+            candidate = posixpath.normpath(posixpath.join(folder, quoted))
+            if (self.root / candidate).is_file():
+                return candidate
         return None
-    return f'{unit} may not include "{header}"'
 
+    def check_include(self, path, argument, public):
+        """The rule that an include breaks, or None."""
+        header = HEADER.match(argument)
+        if not header:
+            return "an include names its header itself"
+        found = self.find(path, *header.groups())
+        if found:
+            return check_ours(path, found, header[0].strip(), public)
+        return check_systems(path, header[1] or header[2], header[0].strip(), public)
 
-def check_angled(path, header):
-    """The rule that an include of a system's or library's header breaks, or None."""
-    if not is_product(path):
+    def check_directive(self, path, name, argument, public):
+        """The rule that a preprocessor directive breaks, or None."""
+        if name in ("include", "include_next", "import"):
+            return self.check_include(path, argument, public)
+        if name in ("if", "ifdef", "ifndef", "elif") and SYSTEM_MACRO.search(argument):
+            if not path.startswith(FOLDERS_THAT_KNOW_THE_SYSTEM):
+                return "only sys/platform may ask which system this is"
         return None
-    if ONE_SYSTEM.match(header) and not path.startswith("sys/platform/"):
-        return f"only sys/platform may include <{header}>, which one system alone has"
-    if header in C_HEADERS or header in HEADER_ONLY_CPP:
-        return None
-    if "." not in header:
-        return f"the product may not include <{header}>, which needs the C++ run-time library"
-    if path.startswith(("sys/", "probe/")) or path == POSIX_EXCEPTION:
-        return None
-    return f"{unit_of(path)} may not include <{header}>: the operating system is for sys and probe"
+
+    def check_file(self, path):
+        """Yields "file:line: rule" for every rule that a file breaks."""
+        if unit_of(path) is None:
+            yield f"{path}:1: {path.split('/')[0]} has no place in the table of layers"
+            return
+        folder, name = posixpath.split(path)
+        if folder == "sys" and name in SYS_NAMES:
+            yield f"{path}:1: a header in sys may not bear a system header's name"
+        text = without_comments((self.root / path).read_text(encoding="utf-8"))
+        public = is_public(path, text)
+        for directive in DIRECTIVE.finditer(text):
+            rule = self.check_directive(path, directive[1], directive[2], public)
+            if rule:
+                line = text.count("\n", 0, directive.start()) + 1
+                yield f"{path}:{line}: {rule}"
+
+    def sources(self):
+        """The paths of all sources, relative to the root."""
+        for folder in sorted(self.root.iterdir()):
+            if folder.name.startswith(".") or folder.name in FOLDERS_WITHOUT_SOURCES:
+                continue
+            for path in sorted(folder.rglob("*")):
+                if path.suffix in SUFFIXES and path.is_file():
+                    yield path.relative_to(self.root).as_posix()
 
 
-def check_line(path, line, root):
-    if SYSTEM_CONDITION.match(line) and not path.startswith(("sys/platform/", "tests/")):
-        return "only sys/platform may ask which system this is"
-    include = INCLUDE.match(line)
-    if not include:
-        return None
-    if include[3]:
-        return check_quoted(path, include[3], root)
-    return check_angled(path, include[2])
-
-
-def check_file(path, root):
-    """Yields "file:line: rule" for every broken rule."""
-    name = pathlib.PurePosixPath(path).name
-    if path.startswith("sys/") and name in SYSTEM_NAMES:
-        yield f"{path}:1: a header in sys may not bear the name of a system's header"
-    lines = (root / path).read_text(encoding="utf-8").splitlines()
-    for number, line in enumerate(lines, start=1):
-        rule = check_line(path, line, root)
-        if rule:
-            yield f"{path}:{number}: {rule}"
-
-
-def source_files(root):
-    """All sources below the folders of MAY_INCLUDE, as relative text paths."""
-    for folder in sorted({name.split("/")[0] for name in MAY_INCLUDE}):
-        for path in sorted((root / folder).rglob("*")):
-            if path.suffix in SOURCE_SUFFIXES:
-                yield path.relative_to(root).as_posix()
-
-
-def main():
-    root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else pathlib.Path(__file__).parent.parent)
-    files = list(source_files(root))
-    broken = [line for path in files for line in check_file(path, root)]
-    print(*broken, sep="\n", end="\n" if broken else "")
-    print(f"{len(files)} files checked, {len(broken)} broken rules.")
-    return 1 if broken else 0
+def main(arguments):
+    """Checks the tree and prints what is found; returns the exit status."""
+    root = pathlib.Path(arguments[0] if arguments else pathlib.Path(__file__).resolve().parents[1])
+    checker = Checker(root)
+    paths = list(checker.sources())
+    broken = [line for path in paths for line in checker.check_file(path)]
+    if broken or not paths:
+        print("\n".join(broken) or f"{root}: no sources to check")
+        return 1
+    print(f"{len(paths)} sources checked: every folder includes only what it may.")
+    return 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(sys.argv[1:]))
