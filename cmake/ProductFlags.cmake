@@ -32,6 +32,8 @@ if(TARVEN_SANITIZERS)
   target_compile_options(tarven_common INTERFACE
     -fsanitize=${TARVEN_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tarven_common INTERFACE -fsanitize=${TARVEN_SANITIZERS})
+  # Clang's check of indirect calls needs the C++ run-time library, which the product does without.
+  target_compile_options(tarven_common INTERFACE $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
 endif()
 if(TARVEN_COVERAGE)
   target_compile_options(tarven_common INTERFACE --coverage)

@@ -1,14 +1,17 @@
-// Calendar time between the system's form and the layer's, for the sources of this folder.
+// From the system's seconds to a calendar time.
 #ifndef TARVEN_SYS_CALENDAR_H_
 #define TARVEN_SYS_CALENDAR_H_
 
-#include <time.h>
+#include <ctime>
 
 #include "sys/clock.h"
 
 namespace calendar {
 
-SYS_TIME FromBrokenDown(const tm& time);
+// The instant in the time zone of the process, and in Coordinated Universal Time. Milliseconds are
+// always 0: parts of a second are not provided, on purpose.
+SYS_TIME Local(time_t instant);
+SYS_TIME Utc(time_t instant);
 
 }  // namespace calendar
 

@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 #include <sys/time.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <array>
@@ -10,52 +9,40 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 
-struct SYS_MUTEX {
-  std::atomic<uint32_t> in_use = 0;
-  char name[32] = {};
-  pthread_mutex_t mutex{};
-  pthread_mutexattr_t attributes{};  // kept beside the mutex and destroyed with it
-};
-
-struct SYS_EVENT {
-  std::atomic<uint32_t> in_use = 0;
-  std::atomic<uint32_t> waiters = 0;
-  // Read and written with the mutex held, but for creation and destruction.
-  std::atomic<uint32_t> signalled = 0;
-  pthread_mutex_t mutex{};
-  pthread_cond_t condition{};
-};
+#include "sys/thread_objects.h"
+#include "util/text.h"
 
 namespace {
 
-// The table that one kind of object lives in. Which slots are in use is not locked, on purpose:
-// objects are created and destroyed on one thread.
+constexpr int32_t kDone = 0;
+constexpr int32_t kFailed = -1;
+
+// ---- Slots ----
+
+// Hands out the addresses of its slots as handles. Slot is a record with an atomic in_use.
 template <typename Slot>
 class SlotTable {
  public:
-  // Null when all are in use.
+  // The first free slot, or null. It stays free until its in_use is set: there is no lock round
+  // search and use, so two creators at once may get the same one.
   Slot* FindFree() {
     for (Slot& slot : slots_) {
-      if (slot.in_use.load(std::memory_order_relaxed) == 0) return &slot;
+      if (slot.in_use.load(std::memory_order_acquire) == 0) return &slot;
     }
     return nullptr;
   }
 
-  // Returns the slot that a handle stands for, or null when it stands for no live object.
-  Slot* Find(Slot* handle) {
-    const uintptr_t offset =
+  // The slot that a handle stands for, or null for a free slot, null, and any address that is not a
+  // slot's.
+  Slot* Live(Slot* handle) {
+    // Below the table the difference wraps and is far too large.
+    const uintptr_t distance =
         reinterpret_cast<uintptr_t>(handle) - reinterpret_cast<uintptr_t>(slots_.data());
-    if (offset >= sizeof slots_ || offset % sizeof(Slot) != 0) return nullptr;
+    if (distance >= sizeof slots_ || distance % sizeof(Slot) != 0) return nullptr;
     return handle->in_use.load(std::memory_order_acquire) != 0 ? handle : nullptr;
   }
-
-  static Slot* Publish(Slot* slot) {
-    slot->in_use.store(1, std::memory_order_release);
-    return slot;
-  }
-
-  static void Free(Slot* slot) { slot->in_use.store(0, std::memory_order_release); }
 
  private:
   std::array<Slot, 64> slots_{};
@@ -66,104 +53,123 @@ constinit SlotTable<SYS_EVENT> events;
 
 // ---- Threads ----
 
-static_assert(sizeof(pthread_t) == sizeof(SYS_THREAD_HANDLE));
+// pthread_t is an integer on one system and a pointer on another.
+SYS_THREAD_HANDLE ToHandle(pthread_t thread) { return std::bit_cast<SYS_THREAD_HANDLE>(thread); }
 
-// The thread's argument is the caller's function; its result nobody collects.
-void* RunWithoutArgument(void* function) {
-  const intptr_t result = reinterpret_cast<SYS_THREAD_FUNC>(function)();
+void* CallWithoutArgument(void* function) {
+  const intptr_t result = std::bit_cast<SYS_THREAD_FUNC>(function)();
   return reinterpret_cast<void*>(result);
 }
 
 // ---- Time-outs ----
 
-// The time-outs count on the wall clock. False when it cannot be read.
-bool ReadWallClock(timeval& now) { return gettimeofday(&now, nullptr) == 0; }
-
-timeval DeadlineAfter(const timeval& now, uint32_t timeout_ms) {
-  timeval deadline = now;
-  deadline.tv_sec += static_cast<time_t>(timeout_ms / 1000);
+// Stores the wall-clock time at which a time-out runs out; false when the clock cannot be read.
+bool FindDeadline(uint32_t timeout_ms, timeval& deadline) {
+  if (gettimeofday(&deadline, nullptr) != 0) return false;
+  deadline.tv_sec += timeout_ms / 1000;
   deadline.tv_usec += static_cast<suseconds_t>(timeout_ms % 1000 * 1000);
   if (deadline.tv_usec >= 1'000'000) {
     deadline.tv_usec -= 1'000'000;
     ++deadline.tv_sec;
   }
-  return deadline;
+  return true;
 }
 
-bool IsPast(const timeval& now, const timeval& deadline) {
+bool IsPast(const timeval& deadline, const timeval& now) {
   if (now.tv_sec != deadline.tv_sec) return now.tv_sec > deadline.tv_sec;
   return now.tv_usec > deadline.tv_usec;
 }
 
 // ---- Mutexes ----
 
-bool InitRecursive(SYS_MUTEX& slot) {
-  if (pthread_mutexattr_init(&slot.attributes) != 0) return false;
-  if (pthread_mutexattr_settype(&slot.attributes, PTHREAD_MUTEX_RECURSIVE) == 0 &&
-      pthread_mutex_init(&slot.mutex, &slot.attributes) == 0) {
-    return true;
+SYS_MUTEX* CreateMutex(const char* name) {
+  SYS_MUTEX* const mutex = mutexes.FindFree();
+  if (mutex == nullptr || pthread_mutexattr_init(&mutex->attributes) != 0) return nullptr;
+  if (pthread_mutexattr_settype(&mutex->attributes, PTHREAD_MUTEX_RECURSIVE) != 0 ||
+      pthread_mutex_init(&mutex->mutex, &mutex->attributes) != 0) {
+    pthread_mutexattr_destroy(&mutex->attributes);
+    return nullptr;
   }
-  pthread_mutexattr_destroy(&slot.attributes);
-  return false;
+  memset(mutex->name, 0, sizeof mutex->name);
+  UTIL_CopyString(mutex->name, name, sizeof mutex->name);
+  mutex->in_use.store(1, std::memory_order_release);
+  return mutex;
 }
 
-// Polling is what both systems can do: one of them has no timed lock.
-int32_t PollForLock(pthread_mutex_t& mutex, uint32_t timeout_ms) {
-  timeval now{};
-  const bool has_deadline = ReadWallClock(now);
-  const timeval deadline = DeadlineAfter(now, timeout_ms);
+// Frees the slot; false when the handle is no live mutex's.
+bool DestroyMutex(SYS_MUTEX* handle) {
+  SYS_MUTEX* const mutex = mutexes.Live(handle);
+  if (mutex == nullptr) return false;
+  mutex->in_use.store(0, std::memory_order_release);
+  pthread_mutex_destroy(&mutex->mutex);
+  pthread_mutexattr_destroy(&mutex->attributes);
+  return true;
+}
+
+// Polls, because not every system has pthread_mutex_timedlock.
+int32_t TryLockUntil(pthread_mutex_t& mutex, const timeval& deadline) {
+  constexpr timespec kPollInterval{.tv_sec = 0, .tv_nsec = 1'000'000};
   for (;;) {
     const int result = pthread_mutex_trylock(&mutex);
-    if (result == 0) return 0;
-    if (result != EBUSY) return -1;
-    const timespec one_millisecond{.tv_sec = 0, .tv_nsec = 1'000'000};
-    nanosleep(&one_millisecond, nullptr);
-    if (!has_deadline || !ReadWallClock(now) || IsPast(now, deadline)) return SYS_WAIT_TIMEOUT;
+    if (result == 0) return kDone;
+    if (result != EBUSY) return kFailed;
+    nanosleep(&kPollInterval, nullptr);
+    timeval now{};
+    if (gettimeofday(&now, nullptr) != 0 || IsPast(deadline, now)) return SYS_WAIT_TIMEOUT;
   }
 }
 
 // ---- Events ----
 
-// Threads may still wait for an event that was destroyed. They keep its slot's objects alive, since
-// destroying a condition with waiters would wait for them, and the slot's next event takes both
-// over.
-bool InitEvent(SYS_EVENT& slot) {
-  if (slot.waiters.load() > 0) return true;
-  return pthread_mutex_init(&slot.mutex, nullptr) == 0 &&
-         pthread_cond_init(&slot.condition, nullptr) == 0;
+// An initial state of 2, say, was stored as given and is not a set event.
+bool IsSet(const SYS_EVENT& event) { return event.signalled == 1; }
+
+// Threads may still wait for an event that is destroyed. They keep the slot's mutex and condition
+// alive, because destroying a condition would wait for them, and the slot's next event takes the
+// two over.
+bool InitWaitObjects(SYS_EVENT& event) {
+  if (event.waiters.load() != 0) return true;
+  // After a condition that fails the mutex is left as it is, on purpose: the next create that gets
+  // this slot initialises it again.
+  return pthread_mutex_init(&event.mutex, nullptr) == 0 &&
+         pthread_cond_init(&event.condition, nullptr) == 0;
 }
 
-void ReleaseEvent(SYS_EVENT& slot) {
-  if (slot.waiters.load() > 0) return;
-  pthread_mutex_destroy(&slot.mutex);
-  pthread_cond_destroy(&slot.condition);
+void DestroyWaitObjects(SYS_EVENT& event) {
+  if (event.waiters.load() != 0) return;
+  pthread_mutex_destroy(&event.mutex);
+  pthread_cond_destroy(&event.condition);
 }
 
-int32_t WaitForever(SYS_EVENT& event) {
-  while (event.signalled != 1) {
-    if (pthread_cond_wait(&event.condition, &event.mutex) != 0) return -1;
+// Both waits run with the event's mutex held and return kDone once the event is set.
+int32_t WaitWithoutLimit(SYS_EVENT& event) {
+  while (!IsSet(event)) {
+    if (pthread_cond_wait(&event.condition, &event.mutex) != 0) return kFailed;
   }
-  return 0;
+  return kDone;
 }
 
-// A wake-up without cause starts the whole time again, on purpose.
 int32_t WaitTimed(SYS_EVENT& event, uint32_t timeout_ms) {
-  while (event.signalled != 1) {
-    timeval now{};
-    if (!ReadWallClock(now)) return -1;
-    const timeval deadline = DeadlineAfter(now, timeout_ms);
-    const timespec until{.tv_sec = deadline.tv_sec, .tv_nsec = deadline.tv_usec * 1000};
+  while (!IsSet(event)) {
+    // Formed anew after each wake-up without cause: the time-out restarts, on purpose.
+    timeval deadline{};
+    if (!FindDeadline(timeout_ms, deadline)) return kFailed;
+    const timespec until{.tv_sec = deadline.tv_sec, .tv_nsec = deadline.tv_usec * 1000L};
     const int result = pthread_cond_timedwait(&event.condition, &event.mutex, &until);
     if (result == ETIMEDOUT) return SYS_WAIT_TIMEOUT;
-    if (result != 0) return -1;
+    if (result != 0) return kFailed;
   }
-  return 0;
+  return kDone;
 }
 
 }  // namespace
 
-// A failed start leaves the handle as it is, which nobody is told. The attribute object owns
-// nothing on either system and is not destroyed.
+SYS_THREAD_HANDLE SYS_CreateThread(SYS_THREAD_FUNC function, SYS_THREAD_HANDLE* handle) {
+  return SYS_CreateThreadEx(CallWithoutArgument, std::bit_cast<void*>(function), handle);
+}
+
+// Neither the result of pthread_create is looked at nor the attribute object destroyed, on purpose:
+// the handle is what the call left, and the object owns nothing.
 SYS_THREAD_HANDLE SYS_CreateThreadEx(SYS_THREAD_FUNC_EX function, void* argument,
                                      SYS_THREAD_HANDLE* handle) {
   pthread_attr_t attributes;
@@ -171,17 +177,12 @@ SYS_THREAD_HANDLE SYS_CreateThreadEx(SYS_THREAD_FUNC_EX function, void* argument
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t thread{};
   pthread_create(&thread, &attributes, function, argument);
-  const auto result = std::bit_cast<SYS_THREAD_HANDLE>(thread);
-  if (handle != nullptr) *handle = result;
-  return result;
-}
-
-SYS_THREAD_HANDLE SYS_CreateThread(SYS_THREAD_FUNC function, SYS_THREAD_HANDLE* handle) {
-  return SYS_CreateThreadEx(RunWithoutArgument, reinterpret_cast<void*>(function), handle);
+  if (handle != nullptr) *handle = ToHandle(thread);
+  return ToHandle(thread);
 }
 
 int32_t SYS_CancelThread(SYS_THREAD_HANDLE thread) {
-  if (thread == 0) return ESRCH;  // what a failed start gave
+  if (thread == 0) return ESRCH;  // Not every system's pthread_cancel survives it.
   return pthread_cancel(std::bit_cast<pthread_t>(thread));
 }
 
@@ -190,91 +191,84 @@ int32_t SYS_GetThreadExitCode(SYS_THREAD_HANDLE, uint32_t* code) {
   return 1;
 }
 
-SYS_THREAD_HANDLE SYS_GetCurrentThreadId() {
-  return std::bit_cast<SYS_THREAD_HANDLE>(pthread_self());
-}
+SYS_THREAD_HANDLE SYS_GetCurrentThreadId() { return ToHandle(pthread_self()); }
 
 SYS_THREAD_HANDLE SYS_GetThreadId(SYS_THREAD_HANDLE thread) { return thread; }
 
 int32_t SYS_GetCurrentProcessId() { return getpid(); }
 
 void SYS_ThreadReserved1(SYS_THREAD_HANDLE) {}
+
 void SYS_ThreadReserved2(SYS_THREAD_HANDLE) {}
+
 void SYS_ThreadReserved3(SYS_THREAD_HANDLE) {}
 
-SYS_MUTEX* SYS_MUTEX_Create() { return SYS_MUTEX_CreateNamed(nullptr); }
+SYS_MUTEX* SYS_MUTEX_Create() { return CreateMutex(nullptr); }
 
-SYS_MUTEX* SYS_MUTEX_CreateNamed(const char* name) {
-  SYS_MUTEX* const slot = mutexes.FindFree();
-  if (slot == nullptr || !InitRecursive(*slot)) return nullptr;
-  memset(slot->name, 0, sizeof slot->name);
-  if (name != nullptr) strncpy(slot->name, name, sizeof slot->name - 1);
-  return mutexes.Publish(slot);
-}
+SYS_MUTEX* SYS_MUTEX_CreateNamed(const char* name) { return CreateMutex(name); }
 
-void SYS_MUTEX_Destroy(SYS_MUTEX* mutex) { SYS_MUTEX_Delete(&mutex); }
+void SYS_MUTEX_Destroy(SYS_MUTEX* mutex) { DestroyMutex(mutex); }
 
 void SYS_MUTEX_Delete(SYS_MUTEX** mutex) {
-  SYS_MUTEX* const slot = mutexes.Find(*mutex);
-  if (slot == nullptr) return;
-  mutexes.Free(slot);
-  pthread_mutex_destroy(&slot->mutex);
-  pthread_mutexattr_destroy(&slot->attributes);
-  *mutex = nullptr;
+  if (mutex != nullptr && DestroyMutex(*mutex)) *mutex = nullptr;
 }
 
-void SYS_MUTEX_Lock(SYS_MUTEX* mutex) { SYS_MUTEX_LockTimed(mutex, SYS_INFINITE); }
+void SYS_MUTEX_Lock(SYS_MUTEX* mutex) {
+  SYS_MUTEX* const live = mutexes.Live(mutex);
+  if (live != nullptr) pthread_mutex_lock(&live->mutex);
+}
 
 void SYS_MUTEX_Unlock(SYS_MUTEX* mutex) { SYS_MUTEX_Release(mutex); }
 
 int32_t SYS_MUTEX_Release(SYS_MUTEX* mutex) {
-  SYS_MUTEX* const slot = mutexes.Find(mutex);
-  if (slot == nullptr) return 1;
-  return pthread_mutex_unlock(&slot->mutex) == 0 ? 0 : 1;
+  SYS_MUTEX* const live = mutexes.Live(mutex);
+  return live != nullptr && pthread_mutex_unlock(&live->mutex) == 0 ? 0 : 1;
 }
 
 int32_t SYS_MUTEX_LockTimed(SYS_MUTEX* mutex, uint32_t timeout_ms) {
-  SYS_MUTEX* const slot = mutexes.Find(mutex);
-  if (slot == nullptr) return -1;
-  if (timeout_ms == SYS_INFINITE) return pthread_mutex_lock(&slot->mutex) == 0 ? 0 : -1;
-  return PollForLock(slot->mutex, timeout_ms);
+  SYS_MUTEX* const live = mutexes.Live(mutex);
+  if (live == nullptr) return kFailed;
+  if (timeout_ms == SYS_INFINITE) return pthread_mutex_lock(&live->mutex) == 0 ? kDone : kFailed;
+  timeval deadline{};
+  if (!FindDeadline(timeout_ms, deadline)) return SYS_WAIT_TIMEOUT;
+  return TryLockUntil(live->mutex, deadline);
 }
 
 SYS_EVENT* SYS_EVENT_Create(uint32_t manual_reset, uint32_t initial_state) {
   if (manual_reset != 0) return SYS_EVENT_INVALID;
-  SYS_EVENT* const slot = events.FindFree();
-  if (slot == nullptr || !InitEvent(*slot)) return SYS_EVENT_INVALID;
-  slot->signalled = initial_state;
-  return events.Publish(slot);
+  SYS_EVENT* const event = events.FindFree();
+  if (event == nullptr || !InitWaitObjects(*event)) return SYS_EVENT_INVALID;
+  event->signalled = initial_state;
+  event->in_use.store(1, std::memory_order_release);
+  return event;
 }
 
 void SYS_EVENT_Destroy(SYS_EVENT* event) {
-  SYS_EVENT* const slot = events.Find(event);
-  if (slot == nullptr) return;
-  ReleaseEvent(*slot);
-  events.Free(slot);
-  slot->signalled = 0;
+  SYS_EVENT* const live = events.Live(event);
+  if (live == nullptr) return;
+  DestroyWaitObjects(*live);
+  live->in_use.store(0, std::memory_order_release);
+  live->signalled = 0;
 }
 
-// The signal goes out after the unlock, so that the woken thread finds the mutex free.
 void SYS_EVENT_Set(SYS_EVENT* event) {
-  SYS_EVENT* const slot = events.Find(event);
-  if (slot == nullptr || pthread_mutex_lock(&slot->mutex) != 0) return;
-  slot->signalled = 1;
-  if (pthread_mutex_unlock(&slot->mutex) != 0) return;
-  pthread_cond_signal(&slot->condition);
+  SYS_EVENT* const live = events.Live(event);
+  if (live == nullptr || pthread_mutex_lock(&live->mutex) != 0) return;
+  live->signalled = 1;
+  if (pthread_mutex_unlock(&live->mutex) == 0) pthread_cond_signal(&live->condition);
 }
 
 int32_t SYS_EVENT_Wait(SYS_EVENT* event, uint32_t timeout_ms) {
-  SYS_EVENT* const slot = events.Find(event);
-  if (slot == nullptr || pthread_mutex_lock(&slot->mutex) != 0) return -1;
-  ++slot->waiters;
+  SYS_EVENT* const live = events.Live(event);
+  if (live == nullptr || pthread_mutex_lock(&live->mutex) != 0) return kFailed;
+  ++live->waiters;
   const int32_t result =
-      timeout_ms == SYS_INFINITE ? WaitForever(*slot) : WaitTimed(*slot, timeout_ms);
-  --slot->waiters;
-  if (result == 0) slot->signalled = 0;
-  return pthread_mutex_unlock(&slot->mutex) == 0 ? result : -1;
+      timeout_ms == SYS_INFINITE ? WaitWithoutLimit(*live) : WaitTimed(*live, timeout_ms);
+  --live->waiters;
+  if (result == kDone) live->signalled = 0;
+  return pthread_mutex_unlock(&live->mutex) == 0 ? result : kFailed;
 }
 
 void SYS_EVENT_Reserved1(SYS_EVENT*) {}
+
 void SYS_EVENT_Reserved2(SYS_EVENT*) {}

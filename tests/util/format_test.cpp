@@ -214,7 +214,7 @@ TEST(UtilSnprintf, SecondDotIsAnUnknownConversion) {
 // ---- Length ----
 
 TEST(UtilSnprintf, NoOrOneLReads32Bits) {
-  constexpr int64_t kFiveBelow = -0x0FFFFFFFB;  // 0xFFFFFFFF'00000005
+  constexpr int64_t kFiveBelow = -INT64_C(0xFFFFFFFB);  // 0xFFFFFFFF'00000005
   ExpectText("5", "%d", kFiveBelow);
   ExpectText("5", "%ld", kFiveBelow);
   ExpectText("5", "%li", kFiveBelow);
