@@ -16,65 +16,68 @@
 
 namespace {
 
-std::atomic<bool> is_terminal_prepared = false;
+std::atomic<uint8_t> terminal_prepared = 0;
 
+// The old modes are not kept: the terminal stays like this after the process, on purpose.
 void PrepareTerminal() {
   termios modes{};
-  if (tcgetattr(STDIN_FILENO, &modes) == 0) {
-    modes.c_lflag &= ~static_cast<tcflag_t>(ICANON);
-    tcsetattr(STDIN_FILENO, TCSANOW, &modes);
-  }
+  tcgetattr(STDIN_FILENO, &modes);
+  modes.c_lflag &= ~static_cast<tcflag_t>(ICANON);
+  tcsetattr(STDIN_FILENO, TCSANOW, &modes);
   setbuf(stdin, nullptr);
+  terminal_prepared.store(1, std::memory_order_relaxed);
 }
 
-// Waits until standard output takes bytes again; false on errors that do not pass.
-bool CanRetryWrite(int error) {
-  constexpr timeval kAWhile{.tv_sec = 1, .tv_usec = 0};
+// macOS refuses to write more than this with one call.
+constexpr uint32_t kLongestWrite = INT32_MAX;
+
+// Tells whether a write that failed may still succeed. When standard output is full it waits first;
+// how that wait ends does not matter, because the next write tells what has become of the output.
+bool IsWorthAnotherWrite(int error) {
   if (error == EINTR) return true;
   if (error != EAGAIN) return false;
-  return descriptor_wait::ForWriting(STDOUT_FILENO, kAWhile) >= 0 || errno == EINTR;
+  descriptor_wait::ForWriting(STDOUT_FILENO, {.tv_sec = 60, .tv_usec = 0});
+  return true;
 }
 
 }  // namespace
 
 int32_t SYS_ConsoleKbHit() {
-  if (!is_terminal_prepared.load(std::memory_order_relaxed)) {
-    PrepareTerminal();
-    is_terminal_prepared.store(true, std::memory_order_relaxed);
-  }
+  if (terminal_prepared.load(std::memory_order_relaxed) == 0) PrepareTerminal();
   int32_t waiting = 0;
   ioctl(STDIN_FILENO, FIONREAD, &waiting);
   return waiting;
 }
 
+// The narrowing makes byte 0xFF and the end of input the same, on purpose.
 int32_t SYS_ConsoleGetChar() { return static_cast<int8_t>(getchar()); }
 
 char* SYS_ConsoleReadLine(const char* prompt, char* buffer, uint32_t capacity) {
   if (capacity == 0) return buffer;
-  buffer[0] = '\0';
+  buffer[0] = 0;
   char* line = nullptr;
+  // The end of input is no way out on purpose; only a line is.
   while (line == nullptr) line = readline(prompt);
-  const uint32_t copied = std::min(capacity - 1, static_cast<uint32_t>(strlen(line)));
-  memcpy(buffer, line, copied);
-  buffer[copied] = '\0';
-  if (copied == 0) {
+  const uint32_t length = std::min(capacity - 1, static_cast<uint32_t>(strlen(line)));
+  memcpy(buffer, line, length);
+  buffer[length] = 0;
+  if (length == 0) {
     free(line);
   } else {
-    // The history copies the line and the line itself is not freed, on purpose.
-    add_history(line);
+    add_history(line);  // the line is handed over and not freed, on purpose
   }
   return buffer;
 }
 
 int32_t SYS_ConsoleWrite(const void* data, uint32_t length) {
   fflush(stdout);
-  const auto* next = static_cast<const char*>(data);
-  const char* const end = next + length;
-  while (next < end) {
-    const ssize_t written = write(STDOUT_FILENO, next, static_cast<size_t>(end - next));
-    if (written >= 0) {
-      next += written;
-    } else if (!CanRetryWrite(errno)) {
+  const auto* rest = static_cast<const uint8_t*>(data);
+  while (length > 0) {
+    const ssize_t taken = write(STDOUT_FILENO, rest, std::min(length, kLongestWrite));
+    if (taken >= 0) {
+      rest += taken;
+      length -= static_cast<uint32_t>(taken);
+    } else if (!IsWorthAnotherWrite(errno)) {
       return -1;
     }
   }

@@ -1,6 +1,7 @@
-/* The console: waiting keys, single characters, edited lines, unbuffered output.
+/* Console: keys and lines from standard input, bytes to standard output.
  *
- * Everything here works on the process's standard streams and is meant for the main thread. */
+ * The functions keep a flag of their own and share the state of stdio, editline and the terminal,
+ * all without a lock: they are for the main thread. */
 #ifndef TARVEN_SYS_CONSOLE_H_
 #define TARVEN_SYS_CONSOLE_H_
 
@@ -10,32 +11,40 @@
 extern "C" {
 #endif
 
-/* Returns how many bytes wait on standard input; 0 also when that cannot be told.
+/* Returns the number of bytes that wait on standard input; 0 when there are none, at the end of
+ * input and where the system does not tell.
  *
- * The first call switches a terminal there from lines to single keys (ICANON off, echo and signals
- * stay) and takes the buffer from the stream. The terminal is never switched back. */
+ * The first call in a process switches the terminal to single keys (ICANON off; echo and signal
+ * keys stay as they were) and makes stdin unbuffered. Nobody switches the terminal back, not even
+ * at exit. */
 int32_t SYS_ConsoleKbHit(void);
 
-/* Waits for the next character of standard input and returns it as a signed 8-bit value: bytes from
- * 128 up are negative, and byte 0xFF cannot be told from the end of input, -1. */
+/* Waits for the next character of standard input and returns it as a signed 8-bit value: bytes 128
+ * to 255 are negative. The end of input is -1, as is byte 0xFF. */
 int32_t SYS_ConsoleGetChar(void);
 
-/* Lets the user edit a line, with the lines before it as history.
+/* Lets the user edit one line, with a history of the lines before it, and copies it.
  *
- * prompt     null for none
- * buffer     gets the line without its line end, cut to capacity - 1 bytes and terminated
- * capacity   0 reads nothing and leaves the buffer alone
+ * prompt     shown in front of the line; may be null
+ * buffer     gets the line without its end, cut to capacity - 1 bytes and terminated
+ * capacity   size of the buffer; 0 stores nothing, reads no line and returns at once
  *
- * Lines of which at least one byte was stored enter the history; their memory is handed over to it.
- * Returns buffer. There is no way out but a line: at the end of input the function asks again and
- * again, which keeps a processor busy until somebody ends the process. */
+ * Returns buffer. A line of which at least one byte was copied enters the history; its memory is
+ * the history's from then on and never freed.
+ *
+ * There is no result for the end of input: the function asks again until a line comes. Where the
+ * input has ended for good it never returns and keeps a processor busy. */
 char* SYS_ConsoleReadLine(const char* prompt, char* buffer, uint32_t capacity);
 
-/* Writes bytes to standard output, behind what stdio still holds for it, and loses none: as one
- * system call where the system takes them at once, else going on behind what it took. A full
- * terminal or pipe is waited for even when it is in non-blocking mode.
+/* Writes all bytes to standard output, with one system call where the system takes them at once.
  *
- * Returns 0, or -1 when standard output fails for good; the rest is dropped. */
+ * What stdio holds for standard output goes out first, by stdio's own rules. A write that is
+ * interrupted or takes a part goes on behind that part. Where standard output is in non-blocking
+ * mode and full, the function waits until it takes more, so that a slow terminal loses nothing.
+ *
+ * Returns 0, or -1 when standard output refuses for good, e.g. because it is closed; what it has
+ * not taken by then is dropped. As with write(2), a pipe or socket without a reader also raises
+ * SIGPIPE. */
 int32_t SYS_ConsoleWrite(const void* data, uint32_t length);
 
 #ifdef __cplusplus

@@ -1,8 +1,4 @@
-// Memory that runs out on demand.
-//
-// Works in test programs that are linked with the options of tarven_failing_allocation: what their
-// own objects and the product's take through malloc and realloc passes through here. Libraries of
-// the system are not touched.
+// Allocations that fail when a test wants them to.
 #ifndef TARVEN_TESTS_SUPPORT_FAILING_ALLOCATION_H_
 #define TARVEN_TESTS_SUPPORT_FAILING_ALLOCATION_H_
 
@@ -10,8 +6,14 @@
 
 namespace support {
 
-// While it lives, the nth allocation from now on fails (counted from 1), and with kFromThenOn every
-// later one, too. One at a time; for one thread.
+// While the object lives, the malloc and realloc calls of the objects that are linked into the test
+// program (shared libraries and operator new go on undisturbed) are counted, and the nth of them,
+// counted from 1, gives null with ENOMEM: only that one, or that one and all behind it. One object
+// at a time.
+//
+// A test program asks for it with the library tarven_failing_allocation, which has the linker
+// redirect the two functions. That works with and without sanitizers, and with linkers that know
+// --wrap.
 class FailingAllocation {
  public:
   enum class Extent { kOnce, kFromThenOn };
@@ -21,8 +23,8 @@ class FailingAllocation {
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
 
-  // Whether the nth allocation was asked for.
-  static bool HasFailed();
+  // How many calls were made so far, failed ones included.
+  static uint32_t Calls();
 };
 
 }  // namespace support

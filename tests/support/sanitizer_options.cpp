@@ -8,10 +8,12 @@ const char* __tsan_default_options();
 const char* __ubsan_default_options();
 }
 
-// A failed allocation gives null, as it does without a sanitizer. Stacks are walked through
-// libraries without frame pointers, so that leaks are told by their callers.
+// A failed allocation gives null, as it does without a sanitizer, and one of more than 3 GiB fails
+// on every machine. Stacks are walked through libraries without frame pointers, so that leaks are
+// told by their callers.
 const char* __asan_default_options() {
-  return "allocator_may_return_null=1:detect_stack_use_after_return=1:fast_unwind_on_malloc=0";
+  return "allocator_may_return_null=1:max_allocation_size_mb=3072:detect_stack_use_after_return=1:"
+         "fast_unwind_on_malloc=0";
 }
 
 const char* __lsan_default_options() { return "print_suppressions=0"; }
@@ -20,6 +22,8 @@ const char* __lsan_default_options() { return "print_suppressions=0"; }
 const char* __lsan_default_suppressions() { return "leak:SYS_ConsoleReadLine\n"; }
 
 // Tests unlock mutexes that they do not hold, to see that it fails.
-const char* __tsan_default_options() { return "allocator_may_return_null=1:report_mutex_bugs=0"; }
+const char* __tsan_default_options() {
+  return "allocator_may_return_null=1:max_allocation_size_mb=3072:report_mutex_bugs=0";
+}
 
 const char* __ubsan_default_options() { return "print_stacktrace=1"; }
