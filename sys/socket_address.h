@@ -1,42 +1,35 @@
-// Socket addresses between the layer's forms and the system's records, for the sources of this
-// folder.
+// The system's address records, from and to the forms that the socket functions take.
 #ifndef TARVEN_SYS_SOCKET_ADDRESS_H_
 #define TARVEN_SYS_SOCKET_ADDRESS_H_
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <string.h>
 #include <sys/socket.h>
 
 #include <cstdint>
-#include <cstring>
 
 #include "sys/sockets.h"
 
 namespace socket_address {
 
-// A system's record with the pointer and length that its calls take.
-template <typename Record>
-struct SystemAddress {
-  Record record{};
-  socklen_t length = sizeof(Record);
+static_assert(sizeof(SYS_SOCKET_IP6_ADDR) == 16);
 
-  sockaddr* get() { return reinterpret_cast<sockaddr*>(&record); }
-};
-
-inline SystemAddress<sockaddr_in> From(uint32_t address, uint16_t port) {
-  SystemAddress<sockaddr_in> result;
-  result.record.sin_family = AF_INET;
-  result.record.sin_port = htons(port);
-  result.record.sin_addr.s_addr = htonl(address);
-  return result;
+// Family, port and address; everything else is 0, a length byte included where the system has one.
+inline sockaddr_in ToRecord(uint32_t address, uint16_t port) {
+  sockaddr_in record{};
+  record.sin_family = AF_INET;
+  record.sin_port = htons(port);
+  record.sin_addr.s_addr = htonl(address);
+  return record;
 }
 
-inline SystemAddress<sockaddr_in6> From(const SYS_SOCKET_IP6_ADDR& address, uint16_t port) {
-  SystemAddress<sockaddr_in6> result;
-  result.record.sin6_family = AF_INET6;
-  result.record.sin6_port = htons(port);
-  memcpy(&result.record.sin6_addr, address.bytes, sizeof address.bytes);
-  return result;
+inline sockaddr_in6 ToRecord(const SYS_SOCKET_IP6_ADDR& address, uint16_t port) {
+  sockaddr_in6 record{};
+  record.sin6_family = AF_INET6;
+  record.sin6_port = htons(port);
+  memcpy(&record.sin6_addr, address.bytes, sizeof address.bytes);
+  return record;
 }
 
 inline uint32_t AddressOf(const sockaddr_in& record) { return ntohl(record.sin_addr.s_addr); }
@@ -50,6 +43,17 @@ inline SYS_SOCKET_IP6_ADDR AddressOf(const sockaddr_in6& record) {
 inline uint16_t PortOf(const sockaddr_in& record) { return ntohs(record.sin_port); }
 
 inline uint16_t PortOf(const sockaddr_in6& record) { return ntohs(record.sin6_port); }
+
+// The form that the system's calls take.
+template <typename Record>
+sockaddr* Generic(Record& record) {
+  return reinterpret_cast<sockaddr*>(&record);
+}
+
+template <typename Record>
+const sockaddr* Generic(const Record& record) {
+  return reinterpret_cast<const sockaddr*>(&record);
+}
 
 }  // namespace socket_address
 

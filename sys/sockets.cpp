@@ -1,102 +1,133 @@
 #include "sys/sockets.h"
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "sys/clock.h"
 #include "sys/descriptor_wait.h"
 #include "sys/platform/platform.h"
 #include "sys/socket_address.h"
-#include "sys/socket_setup.h"
+#include "sys/socket_option.h"
 
 namespace {
 
-using socket_address::SystemAddress;
+using socket_address::AddressOf;
+using socket_address::Generic;
+using socket_address::PortOf;
+using socket_address::ToRecord;
 
-// A pass of the timed connect waits that long, and one that failed at once takes about as long.
+// ---- Creation ----
+
+int32_t CreateStream(int family) {
+  const int handle = socket(family, SOCK_STREAM, 0);
+  if (handle >= 0) socket_option::SetStreamDefaults(handle);
+  return handle;
+}
+
+// Without the flag the system's default stands, which the machine's owner may have changed.
+void AdmitIpv4Peers(int32_t handle, uint8_t dual_stack) {
+  if (handle >= 0 && dual_stack != 0) socket_option::Set(handle, IPPROTO_IPV6, IPV6_V6ONLY, 0);
+}
+
+// ---- Timed connect ----
+
 constexpr timeval kPassTime{.tv_sec = 0, .tv_usec = 10'000};
-constexpr uint64_t kShortestPassUs = 9000;
 
-// Owns a descriptor until somebody releases it.
-class SocketGuard {
+// Closes its socket unless somebody has taken it out.
+class OwnedSocket {
  public:
-  SocketGuard() = default;
-  ~SocketGuard() { Reset(-1); }
-  SocketGuard(const SocketGuard&) = delete;
-  SocketGuard& operator=(const SocketGuard&) = delete;
+  OwnedSocket() = default;
+  ~OwnedSocket() { Close(); }
+  OwnedSocket(const OwnedSocket&) = delete;
+  OwnedSocket& operator=(const OwnedSocket&) = delete;
 
-  bool is_open() const { return handle_ >= 0; }
   int32_t get() const { return handle_; }
-  int32_t Release() {
-    const int32_t handle = handle_;
-    handle_ = -1;
-    return handle;
-  }
-  void Reset(int32_t handle) {
-    if (is_open()) close(handle_);
-    handle_ = handle;
+  bool is_open() const { return handle_ >= 0; }
+  void Open(int32_t handle) { handle_ = handle; }
+  int32_t Release() { return std::exchange(handle_, -1); }
+  void Close() {
+    if (is_open()) close(Release());
   }
 
  private:
   int32_t handle_ = -1;
 };
 
-int32_t CreateStream(int family) {
-  const int32_t handle = socket(family, SOCK_STREAM, 0);
-  if (handle >= 0) socket_setup::ForKeyStrokes(handle);
+// Starts a connection on a new non-blocking socket and returns the socket; -1 when there is none.
+int32_t StartAttempt(const sockaddr_in& target) {
+  const int32_t handle = CreateStream(AF_INET);
+  if (handle < 0) return -1;
+  socket_option::SetMode(handle, socket_option::Mode::kNonBlocking);
+  connect(handle, Generic(target), sizeof target);  // normally it says that it is in progress
   return handle;
 }
 
-// With the flag set, IPv4 peers are let in as mapped addresses.
-int32_t WithDualStack(int32_t handle, uint8_t dual_stack) {
-  const int off = 0;
-  if (handle >= 0 && dual_stack != 0) {
-    setsockopt(handle, IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
-  }
-  return handle;
+// A decided attempt either takes zero bytes or has failed. The pending error (SO_ERROR) is not
+// read, on purpose: this send is the test.
+bool IsConnected(int32_t handle) {
+  socket_option::SetMode(handle, socket_option::Mode::kBlocking);
+  return platform::Send(handle, "", 0) >= 0;
 }
 
-// A socket that connects to its own port on loopback can be accepted by itself.
+// True when the system picked the wanted port as the source port too, so that the socket met its
+// own connection request.
 bool IsConnectedToItself(int32_t handle) {
-  SystemAddress<sockaddr_in> local;
-  SystemAddress<sockaddr_in> peer;
-  return getsockname(handle, local.get(), &local.length) == 0 &&
-         getpeername(handle, peer.get(), &peer.length) == 0 &&
-         local.record.sin_port == peer.record.sin_port &&
-         local.record.sin_addr.s_addr == peer.record.sin_addr.s_addr;
+  sockaddr_in local{};
+  sockaddr_in peer{};
+  socklen_t local_length = sizeof local;
+  socklen_t peer_length = sizeof peer;
+  if (getsockname(handle, Generic(local), &local_length) != 0) return false;
+  if (getpeername(handle, Generic(peer), &peer_length) != 0) return false;
+  return AddressOf(local) == AddressOf(peer) && PortOf(local) == PortOf(peer);
 }
 
-// Starts a connect that does not wait; its result shows later. False when there is no socket.
-bool StartAttempt(SocketGuard& socket, SystemAddress<sockaddr_in>& to) {
-  socket.Reset(CreateStream(AF_INET));
-  if (!socket.is_open()) return false;
-  socket_setup::SetBlocking(socket.get(), false);
-  static_cast<void>(connect(socket.get(), to.get(), to.length));
-  return true;
+// Tells whether a decided attempt found a listener.
+bool HasFoundListener(int32_t handle) {
+  if (!IsConnected(handle)) return false;
+  if (!IsConnectedToItself(handle)) return true;
+  // An orderly end would hold the port for a while and keep the late listener from binding it.
+  platform::SetLinger(handle, true, 0);
+  return false;
 }
 
-// The test of a connection is to send nothing: a refused one fails then. The socket's pending error
-// is not asked for.
-bool Stands(int32_t handle) {
-  socket_setup::SetBlocking(handle, true);
-  return platform::Send(handle, "", 0) >= 0 && !IsConnectedToItself(handle);
+// Makes a pass with a refused attempt last about 10 ms.
+void SleepRestOfPass(uint64_t elapsed_us) {
+  constexpr uint64_t kLongestWithSleep_us = 9000;
+  if (elapsed_us > kLongestWithSleep_us) return;
+  SYS_Sleep(static_cast<uint32_t>((kLongestWithSleep_us + 1 - elapsed_us) / 1000));
 }
 
-// Waits out what is left of a pass, so that a refusing port is not tried in a tight loop.
-void FinishPass(uint64_t pass_start_us) {
-  const uint64_t elapsed_us = SYS_GetTickCountUs() - pass_start_us;
-  if (elapsed_us <= kShortestPassUs) {
-    SYS_Sleep(static_cast<uint32_t>((kShortestPassUs + 1 - elapsed_us) / 1000));
-  }
+// Gives an attempt one pass and tells whether it found a listener. A refused attempt is closed; one
+// that is not decided stays open for the next pass.
+bool WaitOnePass(OwnedSocket& attempt) {
+  const uint64_t start_us = SYS_GetTickCountUs();
+  if (descriptor_wait::ForWriting(attempt.get(), kPassTime) != 1) return false;
+  if (HasFoundListener(attempt.get())) return true;
+  attempt.Close();
+  SleepRestOfPass(SYS_GetTickCountUs() - start_us);
+  return false;
 }
 
-// ECONNRESET is not in this table on purpose: a reset gives -1 like any other loss, and -4 means
-// ENETRESET alone.
+// Signed and strictly greater on purpose: a negative limit has passed at once.
+bool HasPassed(uint32_t start_ms, int32_t limit_ms) {
+  return static_cast<int32_t>(SYS_GetTickCount() - start_ms) > limit_ms;
+}
+
+// ---- Receiving ----
+
 struct ReceiveResult {
   int error;
   int32_t result;
 };
+
+// ECONNRESET is not in this table on purpose: a reset gives -1 like any other loss, and -4 means
+// ENETRESET alone.
 constexpr ReceiveResult kReceiveResults[] = {
     {ETIMEDOUT, SYS_SOCKET_ERR_TIMEOUT},
     {ENETRESET, SYS_SOCKET_ERR_RESET},
@@ -105,10 +136,8 @@ constexpr ReceiveResult kReceiveResults[] = {
 };
 
 int32_t ReceiveResultOf(int error) {
-  for (const ReceiveResult& row : kReceiveResults) {
-    if (row.error == error) return row.result;
-  }
-  return SYS_SOCKET_ERR_GENERIC;
+  const auto* const row = std::ranges::find(kReceiveResults, error, &ReceiveResult::error);
+  return row != std::ranges::end(kReceiveResults) ? row->result : SYS_SOCKET_ERR_GENERIC;
 }
 
 }  // namespace
@@ -116,42 +145,41 @@ int32_t ReceiveResultOf(int error) {
 int32_t SYS_SOCKET_CreateUDP() { return socket(AF_INET, SOCK_DGRAM, 0); }
 
 int32_t SYS_SOCKET_CreateUDP6(uint8_t dual_stack) {
-  return WithDualStack(socket(AF_INET6, SOCK_DGRAM, 0), dual_stack);
+  const int32_t handle = socket(AF_INET6, SOCK_DGRAM, 0);
+  AdmitIpv4Peers(handle, dual_stack);
+  return handle;
 }
 
 int32_t SYS_SOCKET_Create() { return CreateStream(AF_INET); }
 
 int32_t SYS_SOCKET_Create6(uint8_t dual_stack) {
-  return WithDualStack(CreateStream(AF_INET6), dual_stack);
+  const int32_t handle = CreateStream(AF_INET6);
+  AdmitIpv4Peers(handle, dual_stack);
+  return handle;
 }
 
 int32_t SYS_SOCKET_Connect(int32_t handle, uint32_t address, uint16_t port) {
-  auto to = socket_address::From(address, port);
-  return connect(handle, to.get(), to.length);
+  const sockaddr_in target = ToRecord(address, port);
+  return connect(handle, Generic(target), sizeof target);
 }
 
 int32_t SYS_SOCKET_Connect6(int32_t handle, SYS_SOCKET_IP6_ADDR address, uint16_t port) {
-  auto to = socket_address::From(address, port);
-  return connect(handle, to.get(), to.length);
+  const sockaddr_in6 target = ToRecord(address, port);
+  return connect(handle, Generic(target), sizeof target);
 }
 
 int32_t SYS_SOCKET_ConnectTimeout(uint32_t address, uint16_t port, int32_t timeout_ms,
                                   SYS_SOCKET_ABORT_FUNC should_abort) {
   const uint32_t start_ms = SYS_GetTickCount();
-  auto to = socket_address::From(address, port);
-  SocketGuard socket;
-  do {
-    if (!socket.is_open() && !StartAttempt(socket, to)) return SYS_SOCKET_ERR_GENERIC;
-    const uint64_t pass_start_us = SYS_GetTickCountUs();
-    // Any other answer than 1 leaves the attempt to the next pass.
-    if (descriptor_wait::ForWriting(socket.get(), kPassTime) == 1) {
-      if (Stands(socket.get())) return socket.Release();
-      socket.Reset(-1);
-      FinishPass(pass_start_us);
-    }
+  const sockaddr_in target = ToRecord(address, port);
+  OwnedSocket attempt;
+  for (;;) {
+    if (!attempt.is_open()) attempt.Open(StartAttempt(target));
+    if (!attempt.is_open()) return SYS_SOCKET_ERR_GENERIC;
+    if (WaitOnePass(attempt)) return attempt.Release();
     if (should_abort != nullptr && should_abort() != 0) return SYS_SOCKET_ERR_TIMEOUT;
-  } while (static_cast<int32_t>(SYS_GetTickCount() - start_ms) <= timeout_ms);
-  return SYS_SOCKET_ERR_WOULDBLOCK;
+    if (HasPassed(start_ms, timeout_ms)) return SYS_SOCKET_ERR_WOULDBLOCK;
+  }
 }
 
 int32_t SYS_SOCKET_IsReadable(int32_t handle, int32_t timeout_ms) {
@@ -159,32 +187,32 @@ int32_t SYS_SOCKET_IsReadable(int32_t handle, int32_t timeout_ms) {
 }
 
 int32_t SYS_SOCKET_Send(int32_t handle, const void* data, uint32_t length) {
-  const auto sent = static_cast<int32_t>(platform::Send(handle, data, length));
-  if (sent >= 0) return sent;
+  const ssize_t sent = platform::Send(handle, data, length);
+  if (sent >= 0) return static_cast<int32_t>(sent);
   return errno == EAGAIN ? SYS_SOCKET_ERR_WOULDBLOCK : SYS_SOCKET_ERR_GENERIC;
 }
 
 int32_t SYS_SOCKET_Receive(int32_t handle, void* buffer, uint32_t capacity) {
-  const auto received = static_cast<int32_t>(recv(handle, buffer, capacity, 0));
-  return received >= 0 ? received : ReceiveResultOf(errno);
+  const ssize_t received = recv(handle, buffer, capacity, 0);
+  return received >= 0 ? static_cast<int32_t>(received) : ReceiveResultOf(errno);
 }
 
 int32_t SYS_SOCKET_ReceiveAll(int32_t handle, void* buffer, int32_t length) {
   if (length < 0) return SYS_SOCKET_ERR_GENERIC;
   auto* next = static_cast<uint8_t*>(buffer);
-  for (int32_t missing = length; missing > 0;) {
-    const auto received =
-        static_cast<int32_t>(recv(handle, next, static_cast<uint32_t>(missing), 0));
+  for (auto missing = static_cast<size_t>(length); missing > 0;) {
+    const ssize_t received = recv(handle, next, missing, 0);
     if (received <= 0) return SYS_SOCKET_ERR_GENERIC;
     next += received;
-    missing -= received;
+    missing -= static_cast<size_t>(received);
   }
   return length;
 }
 
 void SYS_SOCKET_Shutdown(int32_t handle, int32_t direction) {
-  constexpr int kDirections[] = {SHUT_RD, SHUT_WR, SHUT_RDWR};
-  if (direction >= 0 && direction <= 2) shutdown(handle, kDirections[direction]);
+  static_assert(SHUT_RD == 0 && SHUT_WR == 1 && SHUT_RDWR == 2);
+  if (direction < 0 || direction > 2) return;
+  shutdown(handle, direction);
 }
 
 void SYS_SOCKET_Close(int32_t handle) { close(handle); }
