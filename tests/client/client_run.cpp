@@ -1,11 +1,7 @@
 #include "tests/client/client_run.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -15,11 +11,6 @@
 namespace client_test {
 
 namespace {
-
-bool IsReadable(int descriptor) {
-  pollfd request{.fd = descriptor, .events = POLLIN, .revents = 0};
-  return poll(&request, 1, static_cast<int>(support::kPatience.count())) == 1;
-}
 
 struct Pipe {
   int reading;
@@ -34,67 +25,18 @@ Pipe MakePipe() {
 
 }  // namespace
 
-ScriptedServer::ScriptedServer() : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), length) != 0) abort();
-  if (getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) abort();
-  port_ = ntohs(address.sin_port);
-}
-
-ScriptedServer::~ScriptedServer() {
-  Close();
-  close(listener_);
-}
-
 void ScriptedServer::Listen(int receive_buffer_size) {
   if (receive_buffer_size != 0) {
-    setsockopt(listener_, SOL_SOCKET, SO_RCVBUF, &receive_buffer_size, sizeof receive_buffer_size);
+    EXPECT_EQ(setsockopt(port_.descriptor(), SOL_SOCKET, SO_RCVBUF, &receive_buffer_size,
+                         sizeof receive_buffer_size),
+              0);
   }
-  EXPECT_EQ(listen(listener_, 8), 0);
+  port_.StartListening();
 }
 
 bool ScriptedServer::Accept() {
-  Close();
-  if (!IsReadable(listener_)) return false;
-  connection_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-  const int on = 1;
-  setsockopt(connection_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  return connection_ >= 0;
-}
-
-bool ScriptedServer::Send(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t sent = send(connection_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent <= 0) return false;
-    bytes.remove_prefix(static_cast<size_t>(sent));
-  }
-  return true;
-}
-
-std::string ScriptedServer::Receive(size_t size) {
-  std::string received;
-  while (received.size() < size && IsReadable(connection_)) {
-    char chunk[4096];
-    const ssize_t count =
-        recv(connection_, chunk, std::min(sizeof chunk, size - received.size()), 0);
-    if (count <= 0) break;
-    received.append(chunk, static_cast<size_t>(count));
-  }
-  return received;
-}
-
-void ScriptedServer::Close() {
-  if (connection_ >= 0) close(connection_);
-  connection_ = -1;
-}
-
-void ScriptedServer::Reset() {
-  const linger at_once{.l_onoff = 1, .l_linger = 0};
-  setsockopt(connection_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
-  Close();
+  connection_ = port_.Accept();
+  return connection_.descriptor() >= 0;
 }
 
 ClientRun::ClientRun(const std::vector<std::string>& arguments, Input input,

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/child_process.h"
+#include "tests/support/loopback.h"
 #include "tests/support/pseudo_terminal.h"
 #include "tests/support/stream_reader.h"
 
@@ -18,29 +19,23 @@ namespace client_test {
 // port is taken from the start, but refuses connections until Listen.
 class ScriptedServer {
  public:
-  ScriptedServer();
-  ~ScriptedServer();
-  ScriptedServer(const ScriptedServer&) = delete;
-  ScriptedServer& operator=(const ScriptedServer&) = delete;
-
-  uint16_t port() const { return port_; }
-  int connection() const { return connection_; }
+  uint16_t port() const { return port_.port(); }
+  int connection() const { return connection_.descriptor(); }  // -1 when there is none
 
   // Lets connections in from now on. A receive buffer size other than 0 keeps the window small.
   void Listen(int receive_buffer_size = 0);
   // Waits for the next connection; false when none comes in time.
   bool Accept();
-  bool Send(std::string_view bytes);
+  bool Send(std::string_view bytes) const { return connection_.Send(bytes); }
   // Receives exactly that many bytes, or fewer when the time passes or the client closes.
-  std::string Receive(size_t size);
+  std::string Receive(size_t size) const { return connection_.Receive(size); }
   // Ends the connection in order, or with a reset.
-  void Close();
-  void Reset();
+  void Close() { connection_.Close(); }
+  void Reset() { connection_.Reset(); }
 
  private:
-  int listener_;
-  int connection_ = -1;
-  uint16_t port_ = 0;
+  support::SilentPort port_;
+  support::Peer connection_;
 };
 
 enum class Input { kTerminal, kPipe, kNull, kClosed };

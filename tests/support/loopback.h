@@ -94,6 +94,7 @@ class SilentPort {
   SilentPort(const SilentPort&) = delete;
   SilentPort& operator=(const SilentPort&) = delete;
 
+  int descriptor() const { return descriptor_; }
   uint16_t port() const { return port_; }
 
   // Becomes a listener: clients are let in from now on.
