@@ -64,7 +64,8 @@ int32_t StartAttempt(const sockaddr_in& target) {
   const int32_t handle = CreateStream(AF_INET);
   if (handle < 0) return -1;
   socket_option::SetMode(handle, socket_option::Mode::kNonBlocking);
-  connect(handle, Generic(target), sizeof target);  // normally it says that it is in progress
+  // Normally it says that it is in progress; the result shows later in any case.
+  static_cast<void>(connect(handle, Generic(target), sizeof target));
   return handle;
 }
 
@@ -98,9 +99,9 @@ bool HasFoundListener(int32_t handle) {
 
 // Makes a pass with a refused attempt last about 10 ms.
 void SleepRestOfPass(uint64_t elapsed_us) {
-  constexpr uint64_t kLongestWithSleep_us = 9000;
-  if (elapsed_us > kLongestWithSleep_us) return;
-  SYS_Sleep(static_cast<uint32_t>((kLongestWithSleep_us + 1 - elapsed_us) / 1000));
+  constexpr uint64_t kLongestWithSleepUs = 9000;
+  if (elapsed_us > kLongestWithSleepUs) return;
+  SYS_Sleep(static_cast<uint32_t>((kLongestWithSleepUs + 1 - elapsed_us) / 1000));
 }
 
 // Gives an attempt one pass and tells whether it found a listener. A refused attempt is closed; one
