@@ -2,7 +2,7 @@
 #ifndef TARVEN_SYS_CALENDAR_H_
 #define TARVEN_SYS_CALENDAR_H_
 
-#include <ctime>
+#include <time.h>
 
 #include "sys/clock.h"
 

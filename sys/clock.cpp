@@ -1,11 +1,11 @@
 #include "sys/clock.h"
 
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstddef>
 #include <cstring>
-#include <ctime>
 
 #include "sys/calendar.h"
 #include "sys/platform/platform.h"
@@ -70,11 +70,11 @@ uint64_t SYS_GetElapsedUs(uint64_t stamp) { return SinceBase(base_us, CounterUs(
 uint32_t SYS_GetTimeMs() { return CounterMs(); }
 
 void SYS_GetLocalTime(SYS_TIME* time) {
-  if (time != nullptr) *time = calendar::Local(std::time(nullptr));
+  if (time != nullptr) *time = calendar::Local(::time(nullptr));
 }
 
 void SYS_GetUTCTime(SYS_TIME* time) {
-  if (time != nullptr) *time = calendar::Utc(std::time(nullptr));
+  if (time != nullptr) *time = calendar::Utc(::time(nullptr));
 }
 
 int32_t SYS_ParseBuildDateTime(const char* text, uint32_t* date, uint32_t* time) {

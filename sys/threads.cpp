@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 #include <sys/time.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,7 +10,6 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 
 #include "sys/thread_objects.h"
 #include "util/text.h"

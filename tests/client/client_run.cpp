@@ -10,21 +10,6 @@
 
 namespace client_test {
 
-namespace {
-
-struct Pipe {
-  int reading;
-  int writing;
-};
-
-Pipe MakePipe() {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) abort();
-  return {ends[0], ends[1]};
-}
-
-}  // namespace
-
 void ScriptedServer::Listen(int receive_buffer_size) {
   if (receive_buffer_size != 0) {
     EXPECT_EQ(setsockopt(port_.descriptor(), SOL_SOCKET, SO_RCVBUF, &receive_buffer_size,
@@ -44,13 +29,13 @@ ClientRun::ClientRun(const std::vector<std::string>& arguments, Input input,
   std::vector<std::string> words = {VQXCLIENT_PATH};
   words.insert(words.end(), arguments.begin(), arguments.end());
 
-  const Pipe output = MakePipe();
+  const support::Pipe output = support::MakePipe();
   output_pipe_ = output.reading;
   int child_input = -1;
   if (input == Input::kTerminal) {
     child_input = fcntl(terminal_.device(), F_DUPFD_CLOEXEC, 0);
   } else if (input == Input::kPipe) {
-    const Pipe pipe = MakePipe();
+    const support::Pipe pipe = support::MakePipe();
     input_pipe_ = pipe.writing;
     child_input = pipe.reading;
   } else if (input == Input::kNull) {

@@ -59,6 +59,12 @@ void PlaceStreams(const StandardStreams& streams) {
 
 }  // namespace
 
+Pipe MakePipe() {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) abort();
+  return {ends[0], ends[1]};
+}
+
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const ChildOptions& options)
     : pid_(fork()) {
   if (pid_ < 0) abort();

@@ -14,6 +14,13 @@
 
 namespace support {
 
+// Both ends close on exec; whoever makes a pipe closes them.
+struct Pipe {
+  int reading;
+  int writing;
+};
+Pipe MakePipe();
+
 // The descriptors that become 0, 1 and 2 in the child; -1 leaves that one closed there.
 struct StandardStreams {
   int input = 0;

@@ -21,9 +21,8 @@ const char* __lsan_default_options() { return "print_suppressions=0"; }
 // Lines that enter the history are handed over to it and not freed, on purpose.
 const char* __lsan_default_suppressions() { return "leak:SYS_ConsoleReadLine\n"; }
 
-// Tests unlock mutexes that they do not hold, to see that it fails.
 const char* __tsan_default_options() {
-  return "allocator_may_return_null=1:max_allocation_size_mb=3072:report_mutex_bugs=0";
+  return "allocator_may_return_null=1:max_allocation_size_mb=3072";
 }
 
 const char* __ubsan_default_options() { return "print_stacktrace=1"; }

@@ -13,17 +13,6 @@ namespace server_test {
 
 namespace {
 
-struct Pipe {
-  int reading;
-  int writing;
-};
-
-Pipe MakePipe() {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) abort();
-  return {ends[0], ends[1]};
-}
-
 int Connect(uint16_t port, int receive_buffer_size) {
   const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (receive_buffer_size != 0) {
@@ -43,8 +32,8 @@ ServerRun::ServerRun(const std::vector<std::string>& arguments,
                      const support::ChildOptions& options) {
   std::vector<std::string> words = {TERMINAL_SERVER_PATH};
   words.insert(words.end(), arguments.begin(), arguments.end());
-  const Pipe output = MakePipe();
-  const Pipe error = MakePipe();
+  const support::Pipe output = support::MakePipe();
+  const support::Pipe error = support::MakePipe();
   output_pipe_ = output.reading;
   error_pipe_ = error.reading;
   support::ChildOptions all_options = options;
