@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -266,6 +267,40 @@ TEST(ClientTerminal, EndedInputIsNoKeyAndNoEnd) {
   ASSERT_TRUE(server.Send("still here\r\n"));
   EXPECT_TRUE(client.output().WaitFor("still here\n"));
   EXPECT_TRUE(client.process().IsRunning());
+}
+
+// Without a descriptor 0 the connection would get that number, and its bytes would pass for keys:
+// those that wait behind a full receive buffer, to begin with.
+TEST(ClientStandardStreams, ClosedInputIsNeverMistakenForTheConnection) {
+  ScriptedServer server;
+  server.Listen();
+  std::vector<std::string> arguments = PortArguments(server);
+  arguments.insert(arguments.end(), {"-LocalEcho", "Off"});
+  ClientRun client(arguments, Input::kClosed);
+  Welcome(server, client);
+  const std::string text(100'000, 't');
+  ASSERT_TRUE(server.Send(text + "END."));
+  ASSERT_TRUE(client.output().WaitFor("END."));
+  EXPECT_NE(client.output().text().find("Welcome\n" + text + "END."), std::string::npos);
+}
+
+TEST(ClientStandardStreams, ClosedOutputIsNeverMistakenForTheConnection) {
+  ScriptedServer server;
+  server.Listen();
+  std::vector<std::string> words = PortArguments(server);
+  words.insert(words.begin(), VQXCLIENT_PATH);
+  support::ChildOptions options;
+  options.streams = {.input = -1, .output = -1, .error = -1};
+  support::ChildProcess client(words, options);
+  for (int connection = 0; connection < 2; ++connection) {
+    ASSERT_TRUE(server.Accept());
+    ASSERT_TRUE(server.Send("Welcome\r\n"));
+    std::this_thread::sleep_for(milliseconds(100));
+    char byte;
+    EXPECT_EQ(recv(server.connection(), &byte, 1, MSG_DONTWAIT), -1);
+    server.Close();
+  }
+  EXPECT_TRUE(client.IsRunning());
 }
 
 }  // namespace
