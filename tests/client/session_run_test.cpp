@@ -290,7 +290,7 @@ TEST(ClientStandardStreams, ClosedOutputIsNeverMistakenForTheConnection) {
   std::vector<std::string> words = PortArguments(server);
   words.insert(words.begin(), VQXCLIENT_PATH);
   support::ChildOptions options;
-  options.streams = {.input = -1, .output = -1, .error = -1};
+  options.streams.output = -1;
   support::ChildProcess client(words, options);
   for (int connection = 0; connection < 2; ++connection) {
     ASSERT_TRUE(server.Accept());
