@@ -1,8 +1,12 @@
 // What platform.h asks for, on Linux.
+#include <dirent.h>
 #include <spawn.h>
+#include <stdio.h>
 #include <string.h>
 #include <time.h>
 #include <unistd.h>
+
+#include <cstddef>
 
 #include "sys/platform/platform.h"
 
@@ -60,3 +64,19 @@ int platform::StartProcess(const char* path) {
 void platform::CreateIdleSleepAssertion(uint32_t*) {}
 
 void platform::ReleaseIdleSleepAssertion(uint32_t) {}
+
+// The kernel's drivers for USB serial devices name them so; other terminals stand in the same
+// folder.
+void platform::VisitUsbSerialDevices(SerialDeviceVisitor visit, void* context) {
+  DIR* const folder = opendir("/sys/class/tty");
+  if (folder == nullptr) return;
+  while (const dirent* const entry = readdir(folder)) {
+    if (strncmp(entry->d_name, "ttyUSB", 6) != 0 && strncmp(entry->d_name, "ttyACM", 6) != 0) {
+      continue;
+    }
+    char path[sizeof "/dev/" + sizeof entry->d_name];
+    snprintf(path, sizeof path, "/dev/%s", entry->d_name);
+    visit(context, path);
+  }
+  closedir(folder);
+}

@@ -58,6 +58,15 @@ int StartProcess(const char* path);
 void CreateIdleSleepAssertion(uint32_t* assertion);
 void ReleaseIdleSleepAssertion(uint32_t assertion);
 
+// ---- Serial ports ----
+
+// Gets the path of one device, such as "/dev/cu.usbmodem1"; path is valid during the call alone.
+using SerialDeviceVisitor = void (*)(void* context, const char* path);
+
+// Calls visit for every USB serial device there is, in the system's order. A system that cannot
+// tell has none.
+void VisitUsbSerialDevices(SerialDeviceVisitor visit, void* context);
+
 }  // namespace platform
 
 #endif

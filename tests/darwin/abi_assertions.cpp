@@ -1,5 +1,6 @@
-// What the macOS half takes for granted of the system it was never run on: sizes, offsets and values, as
-// the system's headers have them on x86-64. Compiled with every cross build and never run.
+// What the macOS half takes for granted of the system it was never run on: sizes, offsets and
+// values, as the system's headers have them on x86-64. Compiled with every cross build and never
+// run.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
