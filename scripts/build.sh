@@ -13,7 +13,12 @@ cd "$root"
 folder=${BUILD_DIR:-build/$preset}
 mkdir -p "$folder"
 log=$folder/build.log
-if ! { cmake --preset "$preset" -B "$folder" "$@" && cmake --build "$folder"; } >"$log" 2>&1; then
+build() {
+    cmake --preset "$preset" -B "$folder" "$@" || return
+    # A preset may name what to build; another folder gets everything.
+    if [ -z "${BUILD_DIR-}" ]; then cmake --build --preset "$preset"; else cmake --build "$folder"; fi
+}
+if ! build "$@" >"$log" 2>&1; then
     cat "$log" >&2
     exit 1
 fi

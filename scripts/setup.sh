@@ -25,7 +25,7 @@ packages_for() {
 }
 
 # npm may be there without its package; another Node.js brings its own.
-cross_packages="python3 llvm lld"
+cross_packages="python3 llvm lld libgtest-dev libgmock-dev"
 command -v npm >/dev/null || cross_packages="$cross_packages nodejs npm"
 
 setup_debian() {

@@ -464,7 +464,7 @@ TEST_P(VqxTest, ModesGoBackOnlyWhenTheClientIsGone) {
 
 TEST_P(VqxTest, HintComesOnceAndOnStandardErrorOnly) {
   int ends[2];
-  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  ASSERT_EQ(pipe(ends), 0);
   support::StreamReader error(ends[0]);
   Folder folder;
   folder.AddClient("echo client\n");
@@ -488,7 +488,7 @@ TEST_P(VqxTest, WithoutATerminalItIsTheClientAndNothingElse) {
   Folder folder;
   folder.AddClient("echo \"process $$\"; cat; exit 5\n");
   int ends[2];
-  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  ASSERT_EQ(pipe(ends), 0);
   support::PseudoTerminal terminal;
   const termios before = terminal.Modes();
   support::ChildProcess vqx(Words(folder.AddWrapper()),

@@ -61,7 +61,8 @@ void PlaceStreams(const StandardStreams& streams) {
 
 Pipe MakePipe() {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) abort();
+  if (pipe(ends) != 0) abort();
+  for (const int end : ends) fcntl(end, F_SETFD, FD_CLOEXEC);
   return {ends[0], ends[1]};
 }
 

@@ -115,8 +115,8 @@ io_object_t IOIteratorNext(io_iterator_t iterator) {
   return service;
 }
 
-CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef key, CFAllocatorRef,
-                                          IOOptionBits options) {
+CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef key,
+                                          CFAllocatorRef, IOOptionBits options) {
   EXPECT_TRUE(io_objects.contains(entry));
   EXPECT_EQ(key->text, "IOCalloutDevice");
   EXPECT_EQ(options, 0u);
@@ -132,7 +132,8 @@ int IOObjectRelease(io_object_t object) {
   return 0;
 }
 
-IOReturn IOPMAssertionCreate(CFStringRef type, IOPMAssertionLevel level, IOPMAssertionID* assertion) {
+IOReturn IOPMAssertionCreate(CFStringRef type, IOPMAssertionLevel level,
+                             IOPMAssertionID* assertion) {
   created_assertions.push_back({type->text, level});
   *assertion = 77;
   return 0;

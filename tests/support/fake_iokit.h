@@ -1,5 +1,5 @@
-// An IOKit and Core Foundation of the tests' own, behind the declarations of cmake/darwin/sdk: they hand
-// out what a test puts in and count every reference.
+// An IOKit and Core Foundation of the tests' own, behind the declarations of cmake/darwin/sdk: they
+// hand out what a test puts in and count every reference.
 //
 // Compiled in front of the code under test (-include), because string constants are laid out by the
 // compiler on macOS and made by a function here.

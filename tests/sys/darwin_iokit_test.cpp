@@ -1,4 +1,5 @@
-// The macOS half of serial enumeration and idle sleep, run here against an IOKit that counts references.
+// The macOS half of serial enumeration and idle sleep, run here against an IOKit that counts
+// references.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -40,8 +41,12 @@ TEST_F(DarwinIokit, VisitsUsbDevicesInTheIteratorsOrder) {
 }
 
 TEST_F(DarwinIokit, PassesOverOtherDevices) {
-  fake_iokit::system.services = {"/dev/cu.Bluetooth-Incoming-Port", "/dev/tty.usbserial-1",
-                                 "/dev/cu.us", "cu.usbserial-1", "", "/dev/cu.usbmodem1"};
+  fake_iokit::system.services = {"/dev/cu.Bluetooth-Incoming-Port",
+                                 "/dev/tty.usbserial-1",
+                                 "/dev/cu.us",
+                                 "cu.usbserial-1",
+                                 "",
+                                 "/dev/cu.usbmodem1"};
   EXPECT_EQ(Visited(), Paths({"/dev/cu.usbmodem1"}));
 }
 

@@ -30,9 +30,9 @@ constexpr timeval kNoTime{.tv_sec = 0, .tv_usec = 0};
 constexpr timeval kShortTime{.tv_sec = 0, .tv_usec = 60'000};
 constexpr timeval kLongTime{.tv_sec = 20, .tv_usec = 0};
 
-int OpenPipe(int ends[2]) { return pipe2(ends, O_CLOEXEC); }
+int OpenPipe(int ends[2]) { return pipe(ends); }
 
-int OpenSockets(int ends[2]) { return socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends); }
+int OpenSockets(int ends[2]) { return socketpair(AF_UNIX, SOCK_STREAM, 0, ends); }
 
 // Two connected descriptors; data go from the second to the first.
 struct Pair {

@@ -38,7 +38,7 @@ std::vector<FormattedText> formatted_texts;
 template <typename Function>
 std::string PrintedBy(Function function) {
   int ends[2];
-  EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  EXPECT_EQ(pipe(ends), 0);
   {
     const ReplacedDescriptor output(STDOUT_FILENO, ends[1]);
     const ReplacedDescriptor error(STDERR_FILENO, ends[1]);

@@ -333,7 +333,7 @@ TEST(SysGetOSType, IsTheCodeOfMacOsEverywhere) { EXPECT_EQ(SYS_GetOSType(), 1228
 // What goes to standard error when the log is copied there.
 std::string LoggedTo(const char* message) {
   int ends[2];
-  EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  EXPECT_EQ(pipe(ends), 0);
   {
     const ReplacedDescriptor error(STDERR_FILENO, ends[1]);
     openlog("name", LOG_PERROR, LOG_LOCAL0);
@@ -395,7 +395,7 @@ int ForwardOneLogMessage(int forward_to) {
 
 TEST(SysSysLog, FacilityIsUserAndLevelIsDebug) {
   int ends[2];
-  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  ASSERT_EQ(pipe(ends), 0);
   const int failed_step = support::RunInChild([&] { return ForwardOneLogMessage(ends[1]); });
   close(ends[1]);
   StreamReader reader(ends[0]);

@@ -14,7 +14,7 @@ namespace server_test {
 namespace {
 
 int Connect(uint16_t port, int receive_buffer_size) {
-  const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int descriptor = socket(AF_INET, SOCK_STREAM, 0);
   if (receive_buffer_size != 0) {
     setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &receive_buffer_size, sizeof receive_buffer_size);
   }

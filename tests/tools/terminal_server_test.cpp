@@ -102,7 +102,7 @@ TEST(TerminalServer, ListensOn127001Alone) {
   address.sin_family = AF_INET;
   address.sin_port = htons(server.Port());
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
-  const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int descriptor = socket(AF_INET, SOCK_STREAM, 0);
   EXPECT_EQ(connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address), -1);
   close(descriptor);
 }
