@@ -13,9 +13,9 @@ import unittest
 
 SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "check_layers.py"
 sys.dont_write_bytecode = True
-specification = importlib.util.spec_from_file_location("check_layers", SCRIPT)
-check_layers = importlib.util.module_from_spec(specification)
-specification.loader.exec_module(check_layers)
+module_form = importlib.util.spec_from_file_location("check_layers", SCRIPT)
+check_layers = importlib.util.module_from_spec(module_form)
+module_form.loader.exec_module(check_layers)
 
 SPECIFIC = "which is neither standard nor on every system"
 ASKS_FOR_THE_SYSTEM = "only sys/platform may ask which system this is"
