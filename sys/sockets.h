@@ -3,14 +3,17 @@
  *
  * Conventions of the whole family, SYS_SOCKET_ in socket_services.h included:
  *
- *   handle     the system's descriptor as a number; -1 means that there is no socket. Any
- * descriptor number can be waited for, also beyond 1023. address    IPv4 in host byte order:
- * 127.0.0.1 is 0x7F000001. IPv6 as the 16 bytes of network order, by value; the scope identifier is
- * 0. port       host byte order results    0 or more is success: a handle or a number of bytes.
- * Below 0 stands one of the codes below; nobody has to look at errno. Failures to set an option or
- * a mode on the way are ignored. pointers   must not be null unless the function says so threads
- * the functions keep no state of their own and may run on any number of threads at once, on the
- * same handle too
+ *   handle     the system's descriptor as a number; -1 means that there is no socket. Any descriptor
+ *              number can be waited for, also beyond 1023.
+ *   address    IPv4 in host byte order: 127.0.0.1 is 0x7F000001. IPv6 as the 16 bytes of network order,
+ *              by value; the scope identifier is 0.
+ *   port       host byte order
+ *   results    0 or more is success: a handle or a number of bytes. Below 0 stands one of the codes
+ *              below; nobody has to look at errno. Failures to set an option or a mode on the way are
+ *              ignored.
+ *   pointers   must not be null unless the function says so
+ *   threads    the functions keep no state of their own and may run on any number of threads at once,
+ *              on the same handle too
  *
  * Nothing is printed. A send to a peer that has closed gives -1 and never raises a signal. */
 #ifndef TARVEN_SYS_SOCKETS_H_
@@ -42,8 +45,7 @@ int32_t SYS_SOCKET_CreateUDP(void);
 
 /* Creates an IPv6 datagram socket; -1 on failure.
  *
- * dual_stack   non-zero admits IPv4 peers, as IPv4-mapped addresses; 0 leaves the system's default
- */
+ * dual_stack   non-zero admits IPv4 peers, as IPv4-mapped addresses; 0 leaves the system's default */
 int32_t SYS_SOCKET_CreateUDP6(uint8_t dual_stack);
 
 /* Creates an IPv4 stream socket that sends small pieces at once (TCP_NODELAY); -1 on failure.
@@ -52,8 +54,7 @@ int32_t SYS_SOCKET_Create(void);
 
 /* SYS_SOCKET_Create for IPv6.
  *
- * dual_stack   non-zero admits IPv4 peers, as IPv4-mapped addresses; 0 leaves the system's default
- */
+ * dual_stack   non-zero admits IPv4 peers, as IPv4-mapped addresses; 0 leaves the system's default */
 int32_t SYS_SOCKET_Create6(uint8_t dual_stack);
 
 /* Connects to a listener, once, and waits for the answer as long as the socket's mode says.
