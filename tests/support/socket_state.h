@@ -42,6 +42,14 @@ class Handle {
   int32_t handle_;
 };
 
+// AF_INET or AF_INET6.
+inline int FamilyOf(int32_t handle) {
+  sockaddr_storage address{};
+  socklen_t length = sizeof address;
+  EXPECT_EQ(getsockname(handle, reinterpret_cast<sockaddr*>(&address), &length), 0);
+  return address.ss_family;
+}
+
 inline int Option(int32_t handle, int level, int name) {
   int value = -1;
   socklen_t length = sizeof value;

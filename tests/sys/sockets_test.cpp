@@ -45,6 +45,7 @@ namespace {
 
 using support::ClosedDescriptor;
 using support::Family;
+using support::FamilyOf;
 using support::FullListener;
 using support::GuardedBuffer;
 using support::Handle;
@@ -86,7 +87,7 @@ TEST(SysSocketCreate, GivesABlockingIpv4StreamThatDoesNotCollectSmallPieces) {
   const Handle socket(SYS_SOCKET_Create());
   ASSERT_GE(socket.get(), 0);
   EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_TYPE), SOCK_STREAM);
-  EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_DOMAIN), AF_INET);
+  EXPECT_EQ(FamilyOf(socket.get()), AF_INET);
   EXPECT_EQ(Option(socket.get(), IPPROTO_TCP, TCP_NODELAY), 1);
   EXPECT_FALSE(IsNonBlocking(socket.get()));
 }
@@ -97,7 +98,7 @@ TEST(SysSocketCreate, GivesAnIpv6StreamThatDoesNotCollectSmallPieces) {
     const Handle socket(SYS_SOCKET_Create6(dual_stack));
     ASSERT_GE(socket.get(), 0);
     EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_TYPE), SOCK_STREAM);
-    EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_DOMAIN), AF_INET6);
+    EXPECT_EQ(FamilyOf(socket.get()), AF_INET6);
     EXPECT_EQ(Option(socket.get(), IPPROTO_TCP, TCP_NODELAY), 1);
   }
 }
@@ -106,7 +107,7 @@ TEST(SysSocketCreate, GivesAnIpv4DatagramSocket) {
   const Handle socket(SYS_SOCKET_CreateUDP());
   ASSERT_GE(socket.get(), 0);
   EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_TYPE), SOCK_DGRAM);
-  EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_DOMAIN), AF_INET);
+  EXPECT_EQ(FamilyOf(socket.get()), AF_INET);
 }
 
 TEST(SysSocketCreate, GivesAnIpv6DatagramSocket) {
@@ -114,7 +115,7 @@ TEST(SysSocketCreate, GivesAnIpv6DatagramSocket) {
   const Handle socket(SYS_SOCKET_CreateUDP6(0));
   ASSERT_GE(socket.get(), 0);
   EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_TYPE), SOCK_DGRAM);
-  EXPECT_EQ(Option(socket.get(), SOL_SOCKET, SO_DOMAIN), AF_INET6);
+  EXPECT_EQ(FamilyOf(socket.get()), AF_INET6);
 }
 
 // The system's default, which the flag has to overrule, is the other one in the private network.

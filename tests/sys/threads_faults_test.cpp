@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <time.h>
 
+#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <deque>
@@ -138,7 +139,7 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
   created.argument = argument;
   pthread_attr_getdetachstate(attributes, &created.detach_state);
   pthread_attr_getstacksize(attributes, &created.stack_size);
-  *thread = 0x12345678;
+  *thread = std::bit_cast<pthread_t>(uintptr_t{0x12345678});
   return errors[kCreate];
 }
 
@@ -231,7 +232,7 @@ int __wrap_gettimeofday(timeval* now, void* zone) {
   if (!readings.empty()) readings.pop_front();
   if (reading.seconds == kNoClock) return -1;
   now->tv_sec = reading.seconds;
-  now->tv_usec = reading.microseconds;
+  now->tv_usec = static_cast<suseconds_t>(reading.microseconds);
   return 0;
 }
 
