@@ -17,23 +17,26 @@ case $purpose in
         ;;
 esac
 
-# Prints the words of the lists that the purpose takes: to run; to test as well; for all checks as well.
+# packages_for RUN TEST CI DARWIN: prints the words of the lists that the purpose takes.
 packages_for() {
     echo "$1"
-    case $purpose in test | ci) echo "$2" ;; esac
-    case $purpose in ci) echo "$3" ;; esac
+    case $purpose in
+        test) echo "$2" ;;
+        ci) echo "$2 $3" ;;
+        darwin) echo "$4" ;;
+    esac
 }
 
-# npm may be there without its package; another Node.js brings its own.
-cross_packages="python3 llvm lld libgtest-dev libgmock-dev"
-command -v npm >/dev/null || cross_packages="$cross_packages nodejs npm"
-
 setup_debian() {
+    # Where npm is there without its package, another Node.js has brought it.
+    npm="nodejs npm"
+    ! command -v npm >/dev/null || npm=
     missing=
     for package in $(packages_for \
         "g++ cmake ninja-build libedit-dev" \
         "libgtest-dev libgmock-dev python3 bash dash" \
-        "clang clang-format clang-tidy binutils") $([ "$purpose" != darwin ] || echo "$cross_packages"); do
+        "clang clang-format clang-tidy binutils" \
+        "libgtest-dev libgmock-dev python3 llvm lld $npm"); do
         case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
             "install ok installed") ;;
             *) missing="$missing $package" ;;
@@ -69,10 +72,10 @@ setup_macos() {
         exit 1
     fi
     if ! command -v brew >/dev/null; then
-        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest' 'llvm')" >&2
+        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm '')" >&2
         exit 1
     fi
-    for formula in $(packages_for "cmake ninja" "googletest python3" "llvm"); do
+    for formula in $(packages_for "cmake ninja" "googletest python3" llvm ""); do
         brew list --versions "$formula" >/dev/null || brew install "$formula"
     done
 }
@@ -98,8 +101,8 @@ TEXT
     fi
 fi
 
-# The cross compiler: one pinned version, outside what git tracks.
-if [ "$purpose" = darwin ]; then
+# The cross compiler: one pinned version, outside what git tracks. A Mac builds with its own.
+if [ "$purpose" = darwin ] && [ "$(uname -s)" != Darwin ]; then
     root=$(CDPATH= cd -- "$(dirname -- "$0")/.." && pwd)
     folder=$root/build/toolchain
     if ! "$folder/node_modules/.bin/zig" version 2>/dev/null | grep -qx 0.16.0; then
