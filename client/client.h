@@ -31,7 +31,7 @@ int32_t _HexDigitValue(char character);
 inline constexpr char kStatusPrefix[] = "###VQX Client: ";
 inline constexpr char kErrorPrefix[] = "\n###VQX Client ERROR: ";
 
-// All client output goes straight to standard output, each text as one write.
+// From the banner on, all client output goes straight to standard output, each text as one write.
 void _Print(const char* text);
 
 // Prints one of the client's own status texts, of at most 200 characters, behind its prefix.

@@ -1,5 +1,6 @@
 #include "client/client.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "sys/clock.h"
@@ -192,16 +193,15 @@ bool Session::Fail(const char* error_message) {
 uint32_t CopyWithoutCrBeforeLf(char* copy, const char* text, uint32_t length) {
   char* next = copy;
   const char* const end = text + length;
-  while (text < end) {
-    const auto* const cr = static_cast<const char*>(memchr(text, '\r', size_t(end - text)));
-    const char* const stop = cr == nullptr ? end : cr;
-    memcpy(next, text, size_t(stop - text));
-    next += stop - text;
-    text = stop;
-    if (cr == nullptr) break;
+  const auto find_cr = [&] {
+    return static_cast<const char*>(memchr(text, '\r', static_cast<size_t>(end - text)));
+  };
+  while (const char* const cr = find_cr()) {
+    next = std::copy(text, cr, next);
     if (cr[1] != '\n') *next++ = '\r';
-    ++text;
+    text = cr + 1;
   }
+  next = std::copy(text, end, next);
   return static_cast<uint32_t>(next - copy);
 }
 

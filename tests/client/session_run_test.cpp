@@ -80,22 +80,58 @@ TEST(ClientConnect, FailureToCreateASocketEndsTheClient) {
       << client.Output();
 }
 
-TEST(ClientConnect, KeepsNoDescriptorOfALostConnectionAndDoesNotGrow) {
+// What a process holds, as the system counts it.
+struct Holdings {
+  std::ptrdiff_t descriptors;
+  size_t resident_kib;
+};
+
+Holdings HoldingsOf(pid_t pid) {
+  const std::filesystem::path process = "/proc/" + std::to_string(pid);
+  const std::filesystem::directory_iterator all(process / "fd");
+  Holdings holdings{.descriptors = std::distance(begin(all), end(all)), .resident_kib = 0};
+  std::ifstream status(process / "status");
+  for (std::string word; status >> word && word != "VmRSS:";) {
+  }
+  status >> holdings.resident_kib;
+  return holdings;
+}
+
+TEST(ClientConnect, LostConnectionsLeaveNoDescriptorAndNoMemoryBehind) {
   ScriptedServer server;
   server.Listen();
   ClientRun client(PortArguments(server));
-  const std::filesystem::path process = "/proc/" + std::to_string(client.process().pid());
-  const auto count_descriptors = [&] {
-    const std::filesystem::directory_iterator all(process / "fd");
-    return std::distance(begin(all), end(all));
-  };
   Welcome(server, client);
-  const auto before = count_descriptors();
-  for (size_t i = 2; i <= 100; ++i) {
-    server.Close();
-    Welcome(server, client, i);
+  auto reconnect_until = [&, connections = size_t{1}](size_t count) mutable {
+    while (connections < count) {
+      server.Close();
+      Welcome(server, client, ++connections);
+    }
+    return HoldingsOf(client.process().pid());
+  };
+  const Holdings before = reconnect_until(20);
+  const Holdings after = reconnect_until(150);
+  EXPECT_EQ(after.descriptors, before.descriptors);
+  ASSERT_GT(before.resident_kib, 0u);
+  // A sanitizer keeps freed blocks for a while: some bytes a connection, not a receive buffer.
+  EXPECT_LT(after.resident_kib, before.resident_kib + 1024);
+}
+
+// The program ends: nobody closes the connection that did not become a session.
+TEST(ClientShutDown, FailedWelcomeLeavesTheConnectionOpenToTheEnd) {
+  for (const std::string welcome : {"", "Hi", "ERROR: no"}) {
+    SCOPED_TRACE(welcome);
+    ScriptedServer server;
+    server.Listen();
+    ClientRun client(PortArguments(server));
+    ASSERT_TRUE(server.Accept());
+    ASSERT_TRUE(server.Send(welcome));
+    ASSERT_TRUE(client.output().WaitFor(kShutDown));
+    char byte;
+    EXPECT_EQ(recv(server.connection(), &byte, 1, MSG_DONTWAIT), -1);  // not at its end
+    EXPECT_EQ(client.process().WaitForExit(), 0);
+    EXPECT_EQ(recv(server.connection(), &byte, 1, 0), 0);
   }
-  EXPECT_EQ(count_descriptors(), before);
 }
 
 TEST(ClientShutDown, TakesASecondAfterItsLastLine) {
@@ -104,24 +140,6 @@ TEST(ClientShutDown, TakesASecondAfterItsLastLine) {
   const auto start = steady_clock::now();
   EXPECT_EQ(client.process().WaitForExit(), 0);
   EXPECT_GE(steady_clock::now() - start, milliseconds(990));
-}
-
-TEST(ClientKeys, EveryKeyArrivesInOrderAfterTheServerStoppedReadingForAWhile) {
-  ScriptedServer server;
-  server.Listen(4096);
-  ClientRun client(PortArguments(server), Input::kPipe);
-  Welcome(server, client);
-
-  // Keys that count upwards, many more than the two socket buffers hold; the server keeps sending
-  // meanwhile, which makes the client's passes short.
-  std::string keys;
-  for (int i = 0; keys.size() < 60'000; ++i) keys += std::to_string(i) + '\n';
-  fcntl(client.input_pipe(), F_SETPIPE_SZ, 65536);
-  ASSERT_TRUE(client.Type(keys));
-  std::string received = server.Receive(keys.size() / 3);
-  client.output().ReadFor(milliseconds(500));  // the server does not read
-  received += server.Receive(keys.size() - received.size());
-  EXPECT_EQ(received, keys);
 }
 
 TEST(ClientKeys, AKeyTypedWhileTheServerIsSilentArrivesAlone) {

@@ -3,8 +3,13 @@
 // The program is linked with --wrap=SYS_SOCKET_Send, so that the session's sends come here first.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -23,7 +28,10 @@ using testing::internal::GetCapturedStdout;
 
 // What the next sends do: a negative code fails them, another number sends at most that many bytes.
 std::vector<int32_t> planned_sends;
+// Where the length of each send is written, a blank behind each, before it is tried.
 int send_log = -1;
+// Keeps the system from taking more than a few keys ahead of the server; 0 leaves the default.
+int send_buffer_size = 0;
 
 }  // namespace
 
@@ -36,6 +44,9 @@ int32_t __wrap_SYS_SOCKET_Send(int32_t handle, const void* data, uint32_t length
 
 int32_t __wrap_SYS_SOCKET_Send(int32_t handle, const void* data, uint32_t length) {
   support::WriteAll(send_log, std::to_string(length) + " ");
+  if (send_buffer_size != 0) {
+    setsockopt(handle, SOL_SOCKET, SO_SNDBUF, &send_buffer_size, sizeof send_buffer_size);
+  }
   if (!planned_sends.empty()) {
     const int32_t plan = planned_sends.front();
     planned_sends.erase(planned_sends.begin());
@@ -47,57 +58,83 @@ int32_t __wrap_SYS_SOCKET_Send(int32_t handle, const void* data, uint32_t length
 
 namespace {
 
+// A session in a child of its own, whose console input is a pipe that holds the keys.
+class ForkedSession {
+ public:
+  enum class Buffers { kDefault, kSmall };
+
+  ForkedSession(const std::string& keys, const std::vector<int32_t>& plan,
+                Buffers buffers = Buffers::kDefault) {
+    EXPECT_TRUE(support::WriteAll(input_.writing, keys));
+    server_.Listen(buffers == Buffers::kSmall ? kSmallBuffer : 0);
+    child_ = fork();
+    if (child_ == 0) {
+      send_buffer_size = buffers == Buffers::kSmall ? kSmallBuffer : 0;
+      Run(plan);
+    }
+    close(output_.writing);
+    close(log_.writing);
+    EXPECT_TRUE(server_.Accept());
+    EXPECT_TRUE(server_.Send("Welcome\r\n"));
+  }
+  ~ForkedSession() {
+    kill(child_, SIGKILL);
+    waitpid(child_, nullptr, 0);
+    for (const int descriptor : {input_.reading, input_.writing, output_.reading, log_.reading}) {
+      close(descriptor);
+    }
+  }
+  ForkedSession(const ForkedSession&) = delete;
+  ForkedSession& operator=(const ForkedSession&) = delete;
+
+  ScriptedServer& server() { return server_; }
+  support::StreamReader& output() { return printed_; }
+  support::StreamReader& send_sizes() { return logged_; }
+
+ private:
+  static constexpr int kSmallBuffer = 4096;
+
+  [[noreturn]] void Run(const std::vector<int32_t>& plan) const {
+    dup2(input_.reading, STDIN_FILENO);
+    dup2(output_.writing, STDOUT_FILENO);
+    send_log = log_.writing;
+    planned_sends = plan;
+    _Port = server_.port();
+    _LocalEchoOn = 1;
+    const char* const error_message = _RunSession();
+    if (error_message != nullptr) _PrintError(error_message);
+    _exit(0);
+  }
+
+  support::Pipe input_ = support::MakePipe();
+  support::Pipe output_ = support::MakePipe();
+  support::Pipe log_ = support::MakePipe();
+  ScriptedServer server_;
+  support::StreamReader printed_{output_.reading};
+  support::StreamReader logged_{log_.reading};
+  pid_t child_ = -1;
+};
+
 struct SessionResult {
   std::string received;    // by the server
   std::string send_sizes;  // the length of each send, a blank behind each
   std::string output;
 };
 
-// Runs a session in a child whose console input holds the keys. The server receives as many bytes
-// as there are keys (unless a send fails for good) and then refuses the next connection, which ends
-// the session.
+// The server receives as many bytes as there are keys (unless a send fails for good) and then
+// refuses the next connection, which ends the session.
 SessionResult RunSession(const std::string& keys, const std::vector<int32_t>& plan) {
-  ScriptedServer server;
-  server.Listen();
-  int input[2];
-  int output[2];
-  int log[2];
-  EXPECT_EQ(pipe(input), 0);
-  EXPECT_EQ(pipe(output), 0);
-  EXPECT_EQ(pipe(log), 0);
-  EXPECT_TRUE(support::WriteAll(input[1], keys));
-  const pid_t pid = fork();
-  if (pid == 0) {
-    dup2(input[0], 0);
-    dup2(output[1], 1);
-    send_log = log[1];
-    planned_sends = plan;
-    _Port = server.port();
-    _LocalEchoOn = 1;
-    const char* const error_message = _RunSession();
-    if (error_message != nullptr) _PrintError(error_message);
-    _exit(0);
-  }
-  close(output[1]);
-  close(log[1]);
-  SessionResult result;
-  EXPECT_TRUE(server.Accept());
-  EXPECT_TRUE(server.Send("Welcome\r\n"));
-  result.received = server.Receive(keys.size());
-  server.Close();
+  ForkedSession session(keys, plan);
+  const std::string received = session.server().Receive(keys.size());
+  session.server().Close();
   const bool fails = !plan.empty() && plan.back() == SYS_SOCKET_ERR_GENERIC;
   if (!fails) {
-    EXPECT_TRUE(server.Accept());
-    EXPECT_TRUE(server.Send("ERROR: end"));
+    EXPECT_TRUE(session.server().Accept());
+    EXPECT_TRUE(session.server().Send("ERROR: end"));
   }
-  support::StreamReader printed(output[0]);
-  support::StreamReader logged(log[0]);
-  EXPECT_TRUE(printed.WaitForEnd());
-  EXPECT_TRUE(logged.WaitForEnd());
-  result.output = printed.text();
-  result.send_sizes = logged.text();
-  for (const int descriptor : {input[0], input[1], output[0], log[0]}) close(descriptor);
-  return result;
+  EXPECT_TRUE(session.output().WaitForEnd());
+  EXPECT_TRUE(session.send_sizes().WaitForEnd());
+  return {received, session.send_sizes().text(), session.output().text()};
 }
 
 TEST(ClientSend, PasteGoesOutInPiecesOfAtMost64Bytes) {
@@ -149,6 +186,24 @@ TEST(ClientSend, OtherErrorsEndTheSessionWithoutAnErrorForShutDown) {
       "k\n###VQX Client ERROR: Socket error while sending. VQX Client will be closed.\r\n";
   ASSERT_GE(result.output.size(), end.size());
   EXPECT_EQ(result.output.substr(result.output.size() - end.size()), end);
+}
+
+TEST(ClientSend, EveryKeyArrivesInOrderAfterTheServerStoppedReading) {
+  std::string keys;
+  for (int i = 0; keys.size() < 30'000; ++i) keys += std::to_string(i) + '\n';
+  ForkedSession session(keys, {}, ForkedSession::Buffers::kSmall);
+
+  // The server reads nothing until the session stands in a send that the system does not take.
+  const auto count_sends = [&] { return support::CountOf(session.send_sizes().text(), " "); };
+  size_t sends = 0;
+  do {
+    sends = count_sends();
+    session.send_sizes().ReadFor(std::chrono::milliseconds(500));
+  } while (count_sends() > sends);
+  ASSERT_GT(sends, 0u);
+  ASSERT_LT(sends * 64, keys.size());
+
+  EXPECT_EQ(session.server().Receive(keys.size()), keys);
 }
 
 // Prints the text as received and returns what standard output got.
