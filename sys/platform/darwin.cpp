@@ -1,4 +1,5 @@
 // What platform.h asks for, on macOS; IOKit's share stands in darwin_iokit.cpp.
+#include <libproc.h>
 #include <mach/mach_time.h>
 #include <spawn.h>
 #include <string.h>
@@ -20,6 +21,13 @@ int32_t platform::ProcessorCount() {
   size_t length = sizeof count;
   sysctlbyname("hw.logicalcpu", &count, &length, nullptr, 0);
   return count;
+}
+
+// proc_pidpath takes capacities from 1024 to 4096 bytes and refuses all others.
+size_t platform::ExecutablePath(char* path, size_t capacity) {
+  const auto size = static_cast<uint32_t>(std::min<size_t>(capacity, PROC_PIDPATHINFO_MAXSIZE));
+  const int length = proc_pidpath(getpid(), path, size);
+  return length > 0 ? static_cast<size_t>(length) : 0;
 }
 
 // MSG_NOSIGNAL is younger than the oldest system served.

@@ -21,6 +21,15 @@ int32_t platform::ProcessorCount() {
   return count > 0 ? static_cast<int32_t>(count) : 0;
 }
 
+// readlink cuts what does not fit without a word; a link of exactly capacity bytes may be cut too.
+size_t platform::ExecutablePath(char* path, size_t capacity) {
+  const ssize_t result = readlink("/proc/self/exe", path, capacity);
+  const size_t length = result > 0 ? static_cast<size_t>(result) : 0;
+  if (length == 0 || length == capacity) return 0;
+  path[length] = '\0';
+  return length;
+}
+
 // Linux has the promise as a flag of each send, not as an option of the socket.
 void platform::DisableBrokenPipeSignal(int) {}
 

@@ -25,6 +25,13 @@ uint64_t MonotonicNanoseconds();
 // The number of logical processors that may run now; 0 when the system does not tell.
 int32_t ProcessorCount();
 
+// ---- Paths of the program ----
+
+// Stores the path of the running executable, terminated. Returns its length; 0 when the system does
+// not tell or the path does not fit, and then what is in path means nothing. A system may refuse a
+// capacity that is not 4096, which is what callers pass.
+size_t ExecutablePath(char* path, size_t capacity);
+
 // ---- Sockets ----
 
 // Makes sure that a send on this stream socket never raises a signal when the peer has closed.

@@ -7,7 +7,11 @@
 #include <set>
 #include <string>
 
+#include "tests/support/guarded_buffer.h"
+
 namespace {
+
+using support::GuardedBuffer;
 
 TEST(PlatformVisitUsbSerialDevices, VisitsTheUsbTerminalsOfThisMachine) {
   std::multiset<std::string> expected;
@@ -22,6 +26,21 @@ TEST(PlatformVisitUsbSerialDevices, VisitsTheUsbTerminalsOfThisMachine) {
       },
       &visited);
   EXPECT_EQ(visited, expected);
+}
+
+TEST(PlatformExecutablePath, IsThePathOfTheRunningProgram) {
+  const std::string expected = std::filesystem::read_symlink("/proc/self/exe");
+  GuardedBuffer path(4096);
+  EXPECT_EQ(platform::ExecutablePath(path.data(), path.size()), expected.size());
+  EXPECT_EQ(path.data(), expected);
+}
+
+TEST(PlatformExecutablePath, GivesZeroWhenThePathDoesNotFitWithItsTerminator) {
+  const size_t length = std::filesystem::read_symlink("/proc/self/exe").native().size();
+  GuardedBuffer too_small(length);
+  EXPECT_EQ(platform::ExecutablePath(too_small.data(), too_small.size()), 0U);
+  GuardedBuffer just_large_enough(length + 1);
+  EXPECT_EQ(platform::ExecutablePath(just_large_enough.data(), just_large_enough.size()), length);
 }
 
 TEST(PlatformBsdAddressRecord, HoldsLengthFamilyPortAndAddress) {
