@@ -31,6 +31,9 @@ int32_t _HexDigitValue(char character);
 inline constexpr char kStatusPrefix[] = "###VQX Client: ";
 inline constexpr char kErrorPrefix[] = "\n###VQX Client ERROR: ";
 
+// Passes what was printed through the C library on, and whatever is printed through it later at once.
+void _UnbufferStandardOutput();
+
 // From the banner on, all client output goes straight to standard output, each text as one write.
 void _Print(const char* text);
 

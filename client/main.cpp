@@ -1,6 +1,4 @@
 // Start, banner and shut-down of the VQX Client: the user's terminal onto an embedded target.
-#include <cstdio>
-
 #include "client/client.h"
 #include "sys/clock.h"
 #include "util/build_stamp.h"
@@ -46,8 +44,7 @@ void PrintBanner() {
 // Returns the error to show at shut-down, or null.
 const char* RunWithBanner() {
   if (_Port == 0) _Port = kDefaultPort;
-  fflush(stdout);
-  setvbuf(stdout, nullptr, _IONBF, 0);
+  _UnbufferStandardOutput();
   PrintBanner();
   if (_LocalEchoOn == 0) _PrintStatus("Local echo has been disabled.\n");
   return _RunSession();

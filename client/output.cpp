@@ -1,7 +1,14 @@
+#include <cstdio>
+
 #include "client/client.h"
 #include "sys/console.h"
 #include "util/format.h"
 #include "util/text.h"
+
+void _UnbufferStandardOutput() {
+  fflush(stdout);
+  setvbuf(stdout, nullptr, _IONBF, 0);
+}
 
 void _Print(const char* text) { SYS_ConsoleWrite(text, static_cast<uint32_t>(UTIL_strlen(text))); }
 

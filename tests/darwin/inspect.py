@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Looks into a cross-built program with LLVM's tools, since no machine here can run it.
 
-usage: inspect.py CHECK PROGRAM [LIST]
+usage: inspect.py CHECK PROGRAM [LIST [ENTRY_POINTS]]
 
     format    64-bit x86-64 executable, position-independent, for macOS 11.0 and later
     needs     the imported libraries, in the program's order, are those of LIST
     imports   the imported names with their libraries are those of LIST
-    exports   the exported names are those of LIST
+    exports   the exported names are those of LIST and the functions of ENTRY_POINTS
     paths     no path of the build machine stands in the program
 """
 
@@ -25,10 +25,10 @@ def llvm(tool, *arguments):
     return subprocess.run([program, *arguments], check=True, capture_output=True, text=True).stdout
 
 
-def compare(found, list_path):
+def compare(found, list_path, more_expected=()):
     """Fails with every difference between what was found and the list kept in the tree."""
     expected = pathlib.Path(list_path).read_text(encoding="utf-8").split("\n")
-    expected = [line for line in expected if line]
+    expected = [line for line in expected if line] + list(more_expected)
     for line in sorted(set(found) - set(expected)):
         print(f"new:  {line}")
     for line in sorted(set(expected) - set(found)):
@@ -58,9 +58,12 @@ def check_imports(program, list_path):
              re.findall(r"external (\S+) \(from (\S+)\)", output)], list_path)
 
 
-def check_exports(program, list_path):
+def check_exports(program, list_path, entry_points):
+    functions = re.findall(r"^ENTRY_POINT\((\w+),", pathlib.Path(entry_points).read_text(
+        encoding="utf-8"), re.MULTILINE)
     output = llvm("objdump", "--macho", "--exports-trie", program)
-    compare(re.findall(r"^0x\S+\s+(\S+)", output, re.MULTILINE), list_path)
+    compare(re.findall(r"^0x\S+\s+(\S+)", output, re.MULTILINE), list_path,
+            [f"_{name}" for name in functions])
 
 
 def check_paths(program):

@@ -53,7 +53,7 @@ void PlaceStreams(const StandardStreams& streams) {
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
-  execvp(argv[0], argv.data());
+  execvp(options.program.empty() ? argv[0] : options.program.c_str(), argv.data());
   _exit(127);
 }
 

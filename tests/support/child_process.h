@@ -30,6 +30,8 @@ struct StandardStreams {
 
 struct ChildOptions {
   StandardStreams streams;
+  // The file to run, where the name the program is started under, arguments[0], is to be another.
+  std::string program;
   // Starts a session of its own with standard input as its controlling terminal, so that the
   // terminal's control keys raise signals there.
   bool controls_terminal = false;
