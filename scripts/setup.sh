@@ -4,26 +4,28 @@
 #   scripts/setup.sh         what building and running the client takes
 #   scripts/setup.sh test    the same for the tests
 #   scripts/setup.sh ci      the same for every check of .ci/run
+#   scripts/setup.sh bench   the same for the benchmarks
 #   scripts/setup.sh darwin  what cross-building for macOS takes (on Debian); the compiler goes to
 #                            build/toolchain
 set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci | darwin) ;;
+    run | test | ci | bench | darwin) ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci|darwin]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|bench|darwin]" >&2
         exit 2
         ;;
 esac
 
-# packages_for RUN TEST CI DARWIN: prints the words of the lists that the purpose takes.
+# packages_for RUN TEST CI BENCH DARWIN: prints the words of the lists that the purpose takes.
 packages_for() {
     echo "$1"
     case $purpose in
         test) echo "$2" ;;
         ci) echo "$2 $3" ;;
-        darwin) echo "$4" ;;
+        bench) echo "$4" ;;
+        darwin) echo "$5" ;;
     esac
 }
 
@@ -36,6 +38,7 @@ setup_debian() {
         "g++ cmake ninja-build libedit-dev" \
         "libgtest-dev libgmock-dev python3 bash dash" \
         "clang clang-format clang-tidy binutils" \
+        "libbenchmark-dev" \
         "libgtest-dev libgmock-dev python3 llvm lld $npm"); do
         case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
             "install ok installed") ;;
@@ -72,10 +75,10 @@ setup_macos() {
         exit 1
     fi
     if ! command -v brew >/dev/null; then
-        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm '')" >&2
+        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm google-benchmark '')" >&2
         exit 1
     fi
-    for formula in $(packages_for "cmake ninja" "googletest python3" llvm ""); do
+    for formula in $(packages_for "cmake ninja" "googletest python3" llvm google-benchmark ""); do
         brew list --versions "$formula" >/dev/null || brew install "$formula"
     done
 }

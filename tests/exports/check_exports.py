@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Compares the names a static library defines with the list kept beside this script.
 
-usage: check_exports.py NM LIBRARY LIST
+usage: check_exports.py NM LIBRARY LIST...
 
-The list holds the library's C names, one a line. C++ names must lie in one of the product's own
+The lists hold the library's C names, one a line, as they are or as ENTRY_POINT(name, ...). C++ names must lie in one of the product's own
 namespaces, so that they meet nobody else's.
 """
 
+import pathlib
 import re
 import subprocess
 import sys
@@ -27,10 +28,14 @@ def defined_names(nm, library):
             yield words[2]
 
 
+def listed_names(path):
+    text = pathlib.Path(path).read_text(encoding="utf-8")
+    return re.findall(r"^(?:ENTRY_POINT\()?(\w+)", text, re.MULTILINE)
+
+
 def main():
-    nm, library, list_path = sys.argv[1:]
-    with open(list_path, encoding="utf-8") as lines:
-        expected = {line.strip() for line in lines if line.strip()}
+    nm, library, *list_paths = sys.argv[1:]
+    expected = {name for path in list_paths for name in listed_names(path)}
     names = set(defined_names(nm, library))
     mangled = {name for name in names if name.startswith("_Z")}
     foreign = {name for name in mangled

@@ -29,16 +29,16 @@ struct StandardStreams {
 };
 
 struct ChildOptions {
-  StandardStreams streams;
+  StandardStreams streams = {};
   // The file to run, where the name the program is started under, arguments[0], is to be another.
-  std::string program;
+  std::string program = {};
   // Starts a session of its own with standard input as its controlling terminal, so that the
   // terminal's control keys raise signals there.
   bool controls_terminal = false;
   // "NAME=value" pairs added to this process's environment.
-  std::vector<std::string> environment;
+  std::vector<std::string> environment = {};
   // Called in the child just before the program starts, e.g. to set a limit.
-  std::function<void()> prepare;
+  std::function<void()> prepare = {};
 };
 
 // A running program; killed with the object unless its end was seen before.

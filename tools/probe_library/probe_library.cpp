@@ -6,6 +6,7 @@
 //
 // Every function returns a 64-bit value of its own: the 64-bit FNV-1a hash (by Fowler, Noll and
 // Vo) of its name.
+#include <atomic>
 #include <cinttypes>
 #include <cstdint>
 #include <cstdio>
@@ -29,24 +30,26 @@ class CallLog {
   CallLog(const CallLog&) = delete;
   CallLog& operator=(const CallLog&) = delete;
 
-  bool IsOpen() const { return file_ != nullptr; }
+  bool IsOpen() const { return file_.load(std::memory_order_acquire) != nullptr; }
 
   // The lines of several threads do not mix.
-  void Add(const char* name, std::initializer_list<uintptr_t> arguments) {
-    flockfile(file_);
-    std::fprintf(file_, "%s(", name);
+  [[gnu::noinline]] void Add(const char* name, std::initializer_list<uintptr_t> arguments) const {
+    std::FILE* const file = file_;
+    flockfile(file);
+    std::fprintf(file, "%s(", name);
     const char* separator = "";
     for (const uintptr_t argument : arguments) {
-      std::fprintf(file_, "%s0x%" PRIxPTR, separator, argument);
+      std::fprintf(file, "%s0x%" PRIxPTR, separator, argument);
       separator = ", ";
     }
-    std::fputs(")\n", file_);
-    std::fflush(file_);
-    funlockfile(file_);
+    std::fputs(")\n", file);
+    std::fflush(file);
+    funlockfile(file);
   }
 
  private:
-  std::FILE* file_ = nullptr;
+  // Which thread loads the library and which call it is the caller's choice.
+  std::atomic<std::FILE*> file_ = nullptr;
 };
 
 CallLog call_log;
@@ -61,11 +64,11 @@ constexpr intptr_t ValueOf(std::string_view name) {
 
 }  // namespace
 
-#define ENTRY_POINT(name, argument_count)                                          \
-  intptr_t name(PARAMETERS_##argument_count) {                                     \
-    if (call_log.IsOpen()) call_log.Add(#name, {ARGUMENTS_##argument_count});      \
-    constexpr intptr_t kValue = ValueOf(#name);                                    \
-    return kValue;                                                                 \
+#define ENTRY_POINT(name, argument_count)                                     \
+  intptr_t name(PARAMETERS_##argument_count) {                                \
+    if (call_log.IsOpen()) call_log.Add(#name, {ARGUMENTS_##argument_count}); \
+    constexpr intptr_t kValue = ValueOf(#name);                               \
+    return kValue;                                                            \
   }
 #include "probe/entry_points.def"
 #undef ENTRY_POINT
