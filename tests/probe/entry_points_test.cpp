@@ -46,8 +46,8 @@ class ProbeEntryPoints : public testing::Test {
     for (const auto& entry : fs::directory_iterator(Folder())) {
       if (entry.path().filename().native().starts_with("lookups")) text += ReadFile(entry.path());
     }
-    return support::CountOf(text, "symbol=" + name + ";  lookup in file=" +
-                                      (Folder() / kLibraryName).native());
+    return support::CountOf(
+        text, "symbol=" + name + ";  lookup in file=" + (Folder() / kLibraryName).native());
   }
 
   const probe_test::TemporaryFolder folder_;
@@ -78,8 +78,9 @@ TEST_F(ProbeEntryPoints, LookTheirNameUpOnce) {
 
 TEST_F(ProbeEntryPoints, UseALibraryThatWasOpenedBefore) {
   PutLibrary(PROBE_LIBRARY_PATH);
-  EXPECT_EQ(Run({"open", "rename", Folder() / kLibraryName, Folder() / "aside", "call", "MBOLT_Open"}),
-            (Result{"open: 0\nrename: 0\nMBOLT_Open: 0xee4aa131b9dbd4cc\n", 0}));
+  EXPECT_EQ(
+      Run({"open", "rename", Folder() / kLibraryName, Folder() / "aside", "call", "MBOLT_Open"}),
+      (Result{"open: 0\nrename: 0\nMBOLT_Open: 0xee4aa131b9dbd4cc\n", 0}));
 }
 
 TEST_F(ProbeEntryPoints, PassSixArgumentsInOrderAndWhole) {
@@ -143,10 +144,9 @@ TEST_F(ProbeEntryPoints, AllPassTheirArgumentsOnAndReturnTheLibrarysValue) {
 
 TEST_F(ProbeEntryPoints, PassFunctionsAndObjectsThatTheLibraryUses) {
   PutLibrary(CALLING_LIBRARY_PATH);
-  EXPECT_EQ(Run({"callback", "callback"}),
-            (Result{"result -7, called 2 times, object after\n"
-                    "result -7, called 2 times, object after\n",
-                    0}));
+  EXPECT_EQ(Run({"callback", "callback"}), (Result{"result -7, called 2 times, object after\n"
+                                                   "result -7, called 2 times, object after\n",
+                                                   0}));
 }
 
 // ---- What the library lacks ----
@@ -161,8 +161,8 @@ TEST_F(ProbeEntryPoints, EndTheProcessWhenTheLibraryLacksTheCalledFunction) {
   PutLibrary(LIBRARY_WITHOUT_OPEN_PATH);
   const std::string library = Folder() / kLibraryName;
   EXPECT_EQ(Run({"call", "MBOLTARM_Clock", "call", "MBOLT_Open", "call", "MBOLTARM_Clock"}),
-            (Result{"MBOLTARM_Clock: 0xab35cd26397274ea\nFunction not found: MBOLT_Open (" + library +
-                        ": undefined symbol: MBOLT_Open). Exiting now.\n",
+            (Result{"MBOLTARM_Clock: 0xab35cd26397274ea\nFunction not found: MBOLT_Open (" +
+                        library + ": undefined symbol: MBOLT_Open). Exiting now.\n",
                     1}));
   EXPECT_EQ(Calls(), "MBOLTARM_Clock()\n");
 }
@@ -179,10 +179,11 @@ TEST_F(ProbeEntryPoints, CloseTheLibraryBeforeTheySayWhatItLacks) {
 TEST_F(ProbeEntryPoints, GiveZeroForANullSymbolAndLookItUpAtEveryCall) {
   PutLibrary(LIBRARY_WITH_NULL_LOCK_PATH);
   WatchLookups();
-  EXPECT_EQ(Run({"call", "MBOLT_Lock", "call", "MBOLT_Open", "call", "MBOLT_Lock", "call", "MBOLT_Lock"}),
-            (Result{"MBOLT_Lock: 0x0\nMBOLT_Open: 0xee4aa131b9dbd4cc\nMBOLT_Lock: 0x0\n"
-                    "MBOLT_Lock: 0x0\n",
-                    0}));
+  EXPECT_EQ(
+      Run({"call", "MBOLT_Lock", "call", "MBOLT_Open", "call", "MBOLT_Lock", "call", "MBOLT_Lock"}),
+      (Result{"MBOLT_Lock: 0x0\nMBOLT_Open: 0xee4aa131b9dbd4cc\nMBOLT_Lock: 0x0\n"
+              "MBOLT_Lock: 0x0\n",
+              0}));
   EXPECT_EQ(LookupsOf("MBOLT_Lock"), 3U);
   EXPECT_EQ(LookupsOf("MBOLT_Open"), 1U);
   EXPECT_EQ(Calls(), "MBOLT_Open()\n");
@@ -203,7 +204,8 @@ TEST_F(ProbeEntryPoints, AllPassThroughTheModule) {
   const Result linked = Run({"call-all", "2"});
   const std::string calls = Calls();
   fs::remove(Folder() / "calls.txt");
-  const Result loaded = Run({"module", Place(PROBE_MODULE_PATH, Folder() / "probe.so"), "call-all", "2"});
+  const Result loaded =
+      Run({"module", Place(PROBE_MODULE_PATH, Folder() / "probe.so"), "call-all", "2"});
   EXPECT_EQ(loaded, (Result{"module: loaded\n" + linked.output, 0}));
   EXPECT_EQ(Calls(), calls);
 }

@@ -90,8 +90,8 @@ void CallAll(int rounds) {
 void CallBack() {
   probe_test::CallbackObject object{.fill = "before"};
   const auto changes = [](probe_test::CallbackObject* of_caller) { of_caller->calls += 1; };
-  const intptr_t result =
-      MBOLT_SetWaitFunction(reinterpret_cast<uintptr_t>(+changes), reinterpret_cast<uintptr_t>(&object));
+  const intptr_t result = MBOLT_SetWaitFunction(reinterpret_cast<uintptr_t>(+changes),
+                                                reinterpret_cast<uintptr_t>(&object));
   printf("result %d, called %d times, object %s\n", static_cast<int>(result), object.calls,
          object.fill);
 }

@@ -50,4 +50,12 @@ std::string ReadFile(const fs::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+std::string ReadFilesNamed(const fs::path& folder, const std::string& beginning) {
+  std::string text;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (entry.path().filename().native().starts_with(beginning)) text += ReadFile(entry.path());
+  }
+  return text;
+}
+
 }  // namespace probe_test

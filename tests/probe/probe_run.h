@@ -46,6 +46,9 @@ Result Run(const std::vector<std::string>& arguments, const support::ChildOption
 // The text of a whole file; empty when there is none.
 std::string ReadFile(const std::filesystem::path& file);
 
+// The texts of all files in a folder whose names begin so, as the dynamic loader names its logs.
+std::string ReadFilesNamed(const std::filesystem::path& folder, const std::string& beginning);
+
 }  // namespace probe_test
 
 #endif

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "tests/probe/probe_run.h"
+#include "tests/support/stream_reader.h"
 
 namespace {
 
@@ -52,7 +53,8 @@ class ProbelibLoad : public testing::Test {
     std::ofstream(place) << text;
   }
   // A copy of the library with one text in it replaced by another of the same length.
-  void PutChangedLibrary(const fs::path& place, const std::string& from, const std::string& to) const {
+  void PutChangedLibrary(const fs::path& place, const std::string& from,
+                         const std::string& to) const {
     std::string content = ReadFile(PROBE_LIBRARY_PATH);
     const size_t position = content.find(from);
     ASSERT_NE(position, std::string::npos);
@@ -108,7 +110,8 @@ TEST_F(ProbelibLoad, TakesTheFirstPlaceThatHasOne) {
 }
 
 TEST_F(ProbelibLoad, LooksThreeLevelsUpAndNoFewer) {
-  for (const char* place : {"module/one/two", "module/one", ".", "program/one/two", "program/one"}) {
+  for (const char* place :
+       {"module/one/two", "module/one", ".", "program/one/two", "program/one"}) {
     PutLibrary(Folder() / place / kLibraryName);
   }
   EXPECT_EQ(Open(), kNotOpened);
@@ -183,6 +186,17 @@ TEST_F(ProbelibLoad, ReturnsAtOnceWhenTheLibraryIsOpen) {
             (Result{"load: 0\nrename: 0\nload: 0\nopen: 0\n", 0}));
 }
 
+TEST_F(ProbelibLoad, OpensTheLibraryOnce) {
+  PutLibrary(places_[0]);
+  const support::ChildOptions options{
+      .environment = {"LD_DEBUG=files", "LD_DEBUG_OUTPUT=" + (Folder() / "loader").native()}};
+  EXPECT_EQ(RunAs(module_, {"open", "load", "1", "call", "MBOLT_Open"}, options).exit_status, 0);
+  const std::string log = probe_test::ReadFilesNamed(Folder(), "loader");
+  const std::string opened = "opening file=" + places_[0].native() + " [0]; direct_opencount=";
+  EXPECT_EQ(support::CountOf(log, opened + "1"), 1U);
+  EXPECT_EQ(support::CountOf(log, opened + "2"), 0U);
+}
+
 TEST_F(ProbelibLoad, WritesNothingWhenTheLibraryIsThere) {
   PutLibrary(places_[2]);
   EXPECT_EQ(Run({"load", "1"}), (Result{"load: 0\n", 0}));
@@ -211,13 +225,15 @@ TEST_F(ProbelibLoad, NeverTakesTheFirstCharacterForASeparator) {
   EXPECT_EQ(OpenAs("\\name", options), kNotOpened);
   // The second character is the first that counts.
   PutLibrary(Folder() / "n\\libmboltarm.dylib");
-  EXPECT_EQ(OpenAs("n\\", options), kOpened);
+  EXPECT_EQ(OpenAs("n\\ame", options), kOpened);
 }
 
 TEST_F(ProbelibLoad, GoesOnToTheExecutablesFolderWhenTheModuleHasNoName) {
-  EXPECT_EQ(OpenAs(""), kNotOpened);
+  PutLibrary(Folder() / kLibraryName);
+  const support::ChildOptions options{.environment = {"LD_LIBRARY_PATH=" + Folder().native()}};
+  EXPECT_EQ(OpenAs("", options), kNotOpened);
   PutLibrary(places_[2]);
-  EXPECT_EQ(OpenAs(""), kOpened);
+  EXPECT_EQ(OpenAs("", options), kOpened);
 }
 
 TEST_F(ProbelibLoad, TakesAModulePathOf511Characters) {
@@ -248,8 +264,8 @@ TEST_F(ProbelibLoad, CutsCandidatesTo511Characters) {
 TEST_F(ProbelibLoad, TakesAnExecutablePathOf511Characters) {
   const std::string folder = FolderOfLength(490);
   PutLibrary(folder + kLibraryName);
-  const support::ChildOptions options{
-      .program = Place(PROBE_CALLER_PATH, folder + std::string(21, 'p'))};
+  const support::ChildOptions options{.program =
+                                          Place(PROBE_CALLER_PATH, folder + std::string(21, 'p'))};
   EXPECT_EQ(probe_test::Run({"", "open", "handle"}, options), kOpened);
 }
 
@@ -261,6 +277,14 @@ TEST_F(ProbelibLoad, LooksWhereACutExecutablePathEnds) {
   EXPECT_EQ(probe_test::Run({"", "open", "handle"}, options), kNotOpened);
   PutLibrary(outer + kLibraryName);
   EXPECT_EQ(probe_test::Run({"", "open", "handle"}, options), kOpened);
+}
+
+TEST_F(ProbelibLoad, KeepsTheFirst511CharactersOfTheExecutablesPath) {
+  const std::string folder = FolderOfLength(511);
+  const support::ChildOptions options{.program = Place(PROBE_CALLER_PATH, folder + "caller")};
+  // The folder fills the buffer, so that no file name fits behind it; the one around it is not meant.
+  PutLibrary(fs::path(folder).parent_path().parent_path() / kLibraryName);
+  EXPECT_EQ(probe_test::Run({"", "open", "handle"}, options), kNotOpened);
 }
 
 // ---- As a loadable module ----
