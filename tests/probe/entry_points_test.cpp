@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <inttypes.h>
 
-#include <fstream>
 #include <set>
 
 #include "tests/probe/entry_point_list.h"
@@ -42,12 +41,9 @@ class ProbeEntryPoints : public testing::Test {
   }
   // How often a function was looked up in the library.
   size_t LookupsOf(const std::string& name) const {
-    std::string text;
-    for (const auto& entry : fs::directory_iterator(Folder())) {
-      if (entry.path().filename().native().starts_with("lookups")) text += ReadFile(entry.path());
-    }
-    return support::CountOf(
-        text, "symbol=" + name + ";  lookup in file=" + (Folder() / kLibraryName).native());
+    const std::string file = Folder() / kLibraryName;
+    return support::CountOf(probe_test::ReadFilesNamed(Folder(), "lookups"),
+                            "symbol=" + name + ";  lookup in file=" + file);
   }
 
   const probe_test::TemporaryFolder folder_;
