@@ -4,6 +4,8 @@
 
 #include "build_stamp.h"
 #include "format.h"
+#include "parse.h"
+#include "strings.h"
 #include "text.h"
 
 #endif
