@@ -59,8 +59,8 @@ Number ScanDigits(const char* text) {
 
 Number ScanUnsigned(const char* text, bool is_hex) {
   const bool has_prefix = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-  if (has_prefix) return ScanDigits<16>(text + 2);
-  return is_hex ? ScanDigits<16>(text) : ScanDigits<10>(text);
+  if (has_prefix) text += 2;
+  return has_prefix || is_hex ? ScanDigits<16>(text) : ScanDigits<10>(text);
 }
 
 // With blanks and a sign in front.
@@ -193,7 +193,7 @@ const char* UTIL_ParseString(const char** cursor, char* destination, int32_t cap
                              char delimiter) {
   const char* const start = BehindBlanks(*cursor);
   *cursor = start;
-  StoreString(destination, capacity, {});
+  StoreString(destination, capacity, "");
   const char* end = start;
   while (!kWordEnd.Contains(*end) && *end != delimiter) ++end;
   if (end - start >= capacity) return "Maximum string length exceeded";

@@ -38,4 +38,9 @@ bool GuardedBuffer::IsUntouched(size_t first, size_t last) {
   return std::all_of(bytes() + first, bytes() + last, [](uint8_t byte) { return byte == kFill; });
 }
 
+GuardedString::GuardedString(std::string_view text) : buffer_(text.size() + 1) {
+  text.copy(buffer_.data(), text.size());
+  buffer_.data()[text.size()] = '\0';
+}
+
 }  // namespace support

@@ -1,9 +1,10 @@
-// A buffer that catches every store outside itself.
+// Buffers and strings that catch every access outside themselves.
 #ifndef TARVEN_TESTS_SUPPORT_GUARDED_BUFFER_H_
 #define TARVEN_TESTS_SUPPORT_GUARDED_BUFFER_H_
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace support {
 
@@ -31,6 +32,17 @@ class GuardedBuffer {
   size_t mapped_size_;
   uint8_t* mapping_;
   uint8_t* end_;
+};
+
+// A string whose terminator stands directly before a forbidden page.
+class GuardedString {
+ public:
+  explicit GuardedString(std::string_view text);
+
+  char* text() { return buffer_.data(); }
+
+ private:
+  GuardedBuffer buffer_;
 };
 
 }  // namespace support

@@ -15,20 +15,7 @@
 namespace {
 
 using support::GuardedBuffer;
-
-// A string whose terminator stands directly before a forbidden page.
-class GuardedString {
- public:
-  explicit GuardedString(std::string_view text) : buffer_(text.size() + 1) {
-    memcpy(buffer_.data(), text.data(), text.size());
-    buffer_.data()[text.size()] = '\0';
-  }
-
-  const char* text() { return buffer_.data(); }
-
- private:
-  GuardedBuffer buffer_;
-};
+using support::GuardedString;
 
 // Expects the result in a guarded buffer of exactly the capacity, and nothing behind it.
 void ExpectCopy(std::string_view expected, std::string_view source, uint32_t capacity) {
