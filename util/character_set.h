@@ -3,21 +3,21 @@
 #define TARVEN_UTIL_CHARACTER_SET_H_
 
 #include <cstdint>
-#include <string_view>
+#include <initializer_list>
 
 namespace character_set {
 
 // Any characters with codes below 64, one bit each.
 class Set {
  public:
-  constexpr explicit Set(std::string_view members) {
+  constexpr Set(std::initializer_list<char> members) {
     for (const char member : members) mask_ |= uint64_t{1} << static_cast<uint8_t>(member);
   }
 
   // The set with one member more.
   constexpr Set With(char member) const {
     Set set = *this;
-    set.mask_ |= Set(std::string_view(&member, 1)).mask_;
+    set.mask_ |= Set{member}.mask_;
     return set;
   }
 

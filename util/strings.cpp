@@ -12,7 +12,7 @@
 namespace {
 
 // What is trimmed; other families have other blanks on purpose.
-constexpr character_set::Set kTrimSpace("\t\n\v\f\r ");
+constexpr character_set::Set kTrimSpace{'\t', '\n', '\v', '\f', '\r', ' '};
 
 // Without a table, so that compilers can convert many characters at once.
 constexpr char Lower(char character) {
