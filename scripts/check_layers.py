@@ -48,10 +48,14 @@ OTHER_SYS_NAMES = set("""
     termios.h timerfd.h tty.h ucontext.h unistd.h user.h vm.h xattr.h""".split())
 SYS_NAMES = OTHER_SYS_NAMES | {name[4:] for name in POSIX_HEADERS if name.startswith("sys/")}
 
+# What compilers say of one kind of processor.
+PROCESSOR_HEADERS = {"cpuid.h", "immintrin.h"}
+
 # Kinds of system headers, worded for the messages. Unknown ones count as SPECIFIC.
 STANDARD = "is standard"
 RUN_TIME = "needs the C++ run-time library"
 POSIX = "belongs to the operating system"
+PROCESSOR = "belongs to one kind of processor"
 SPECIFIC = "is neither standard nor on every system"
 
 PORTABLE = {STANDARD}
@@ -83,8 +87,12 @@ UNITS = {
     "fuzz": (EVERYTHING, EVERYTHING),
 }
 
-# The session asks the terminal itself: the one source outside sys/ and probe/ that may.
-SYSTEM_EXCEPTIONS = {"client/terminal_mode.cpp": UNIX}
+SYSTEM_EXCEPTIONS = {
+    # The session asks the terminal itself: the one source outside sys/ and probe/ that may.
+    "client/terminal_mode.cpp": UNIX,
+    # CMake takes it for this processor alone.
+    "util/byte_swap_x86_64.cpp": {STANDARD, PROCESSOR},
+}
 
 PUBLIC_FOLDERS = {"util", "sys", "settings", "probe"}
 FOLDERS_THAT_KNOW_THE_SYSTEM = ("sys/platform/", "tests/")
@@ -116,6 +124,8 @@ def kind_of(header):
         return STANDARD
     if header in POSIX_HEADERS:
         return POSIX
+    if header in PROCESSOR_HEADERS:
+        return PROCESSOR
     return SPECIFIC if "." in header or "/" in header else RUN_TIME
 
 

@@ -2,10 +2,14 @@
 #ifndef TARVEN_UTIL_UTIL_H_
 #define TARVEN_UTIL_UTIL_H_
 
+#include "arithmetic.h"
+#include "bits.h"
 #include "build_stamp.h"
+#include "bytes.h"
 #include "format.h"
 #include "parse.h"
 #include "strings.h"
+#include "memory.h"
 #include "text.h"
 
 #endif

@@ -1,0 +1,110 @@
+#include "util/bits.h"
+
+#include <bit>
+
+#include "util/bytes.h"
+
+uint16_t UTIL_aBitReverse16[65536];
+
+namespace {
+
+// ---- The table of reversed numbers ----
+
+constexpr uint32_t kLastEntry = 0xFFFF;
+
+// No lock guards the table on purpose: threads that race here store the same values. Entries are
+// read and stored as atomics, and the last one is stored behind all others, since it is the mark.
+
+uint16_t Entry(uint32_t index) {
+  return __atomic_load_n(&UTIL_aBitReverse16[index], __ATOMIC_RELAXED);
+}
+
+bool IsTableFilled() {
+  return __atomic_load_n(&UTIL_aBitReverse16[kLastEntry], __ATOMIC_ACQUIRE) == 0xFFFF;
+}
+
+// Swaps neighbouring bits, then pairs, then groups of four and of eight.
+constexpr uint16_t Reversed(uint32_t value) {
+  value = ((value >> 1) & 0x5555) | ((value & 0x5555) << 1);
+  value = ((value >> 2) & 0x3333) | ((value & 0x3333) << 2);
+  value = ((value >> 4) & 0x0F0F) | ((value & 0x0F0F) << 4);
+  return static_cast<uint16_t>((value >> 8) | (value << 8));
+}
+
+void FillTable() {
+  for (uint32_t i = 0; i < kLastEntry; ++i) {
+    __atomic_store_n(&UTIL_aBitReverse16[i], Reversed(i), __ATOMIC_RELAXED);
+  }
+  __atomic_store_n(&UTIL_aBitReverse16[kLastEntry], Reversed(kLastEntry), __ATOMIC_RELEASE);
+}
+
+void EnsureTableIsFilled() {
+  if (!IsTableFilled()) FillTable();
+}
+
+// ---- Streams ----
+
+// Stores the 32 bits of value from a bit of the first byte on, 0 to 7, and keeps those around them.
+void StoreBits32(uint8_t* bytes, uint32_t value, uint32_t first_bit) {
+  const uint64_t replaced = uint64_t{0xFFFFFFFF} << first_bit;
+  const uint64_t bits = uint64_t{value} << first_bit;
+  const auto kept = static_cast<uint32_t>(UTIL_Load32LE(bytes) & ~replaced);
+  UTIL_Store32LE(bytes, kept | static_cast<uint32_t>(bits));
+  if (first_bit == 0) return;
+  bytes[4] = static_cast<uint8_t>((bytes[4] & ~(replaced >> 32)) | (bits >> 32));
+}
+
+}  // namespace
+
+uint16_t UTIL_BitReverse16(uint32_t value) {
+  EnsureTableIsFilled();
+  return Entry(value & 0xFFFF);
+}
+
+uint32_t UTIL_BitReverse32(uint32_t value) {
+  EnsureTableIsFilled();
+  return (uint32_t{Entry(value & 0xFFFF)} << 16) | Entry(value >> 16);
+}
+
+uint32_t UTIL_ReadBits(const uint8_t* buffer, uint32_t bit_position, uint32_t count) {
+  if (count == 0 || count > 16) return 0;
+  const uint8_t* const bytes = buffer + bit_position / 8;
+  const uint32_t skipped = bit_position % 8;
+  uint32_t bits = 0;
+  for (uint32_t i = 0; i * 8 < skipped + count; ++i) bits |= uint32_t{bytes[i]} << (i * 8);
+  return (bits >> skipped) & ((1U << count) - 1);
+}
+
+uint32_t UTIL_ReadBits32(const uint8_t* buffer, uint32_t bit_position) {
+  const uint8_t* const bytes = buffer + bit_position / 8;
+  const uint32_t skipped = bit_position % 8;
+  uint64_t bits = UTIL_Load32LE(bytes);
+  if (skipped != 0) bits |= uint64_t{bytes[4]} << 32;
+  return static_cast<uint32_t>(bits >> skipped);
+}
+
+void UTIL_WriteBits32(uint8_t* buffer, uint32_t value, uint32_t bit_position) {
+  StoreBits32(buffer + bit_position / 8, value, bit_position % 8);
+}
+
+void UTIL_WriteBitsArray(uint8_t* buffer, const uint32_t* values, uint32_t start_bit,
+                         uint32_t bits_per_value, uint32_t count) {
+  uint64_t bit_position = start_bit;
+  for (uint32_t i = 0; i < count; ++i) {
+    StoreBits32(buffer + bit_position / 8, values[i], bit_position % 8);
+    bit_position += bits_per_value;
+  }
+}
+
+uint32_t UTIL_CountBits(uint32_t value) { return static_cast<uint32_t>(std::popcount(value)); }
+
+uint32_t UTIL_Parity(uint32_t value) { return UTIL_CountBits(value) % 2; }
+
+// The width of 0 is 0, so that "one below" gives 0xFFFFFFFF.
+uint32_t UTIL_HighestBit(uint32_t value) { return UTIL_HighestBit64(value); }
+
+uint32_t UTIL_HighestBit64(uint64_t value) {
+  return static_cast<uint32_t>(std::bit_width(value)) - 1;
+}
+
+int32_t UTIL_LowestBit(uint32_t value) { return value == 0 ? -1 : std::countr_zero(value); }

@@ -1,0 +1,91 @@
+// For x86-64: the first of these processors have no byte shuffle and younger ones a wider one, so the
+// processor is asked.
+#include <cpuid.h>
+#include <immintrin.h>
+
+#include <atomic>
+
+#include "util/byte_swap.h"
+
+namespace {
+
+using byte_swap::kRunSize;
+using byte_swap::Shuffle;
+
+// ---- What the processor knows ----
+
+// Whether the system keeps the registers of 32 bytes when it switches threads.
+[[gnu::target("xsave")]] bool SystemKeepsWideRegisters() {
+  constexpr uint64_t kSseAndAvxState = 6;
+  return (_xgetbv(0) & kSseAndAvxState) == kSseAndAvxState;
+}
+
+Shuffle AskProcessor() {
+  uint32_t eax = 0;
+  uint32_t ebx = 0;
+  uint32_t ecx = 0;
+  uint32_t edx = 0;
+  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || (ecx & bit_SSSE3) == 0) return Shuffle::kNone;
+  if ((ecx & bit_OSXSAVE) == 0 || !SystemKeepsWideRegisters()) return Shuffle::k16Bytes;
+  if (__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) == 0) return Shuffle::k16Bytes;
+  return (ebx & bit_AVX2) != 0 ? Shuffle::k32Bytes : Shuffle::k16Bytes;
+}
+
+// ---- Runs ----
+
+// Which byte of a vector comes to each place of it. The shuffles count within 16 bytes.
+struct alignas(kRunSize) Order {
+  uint8_t index[kRunSize];
+};
+
+constexpr Order OrderFor(size_t element_size) {
+  Order order{};
+  for (size_t i = 0; i < kRunSize; ++i) {
+    order.index[i] = static_cast<uint8_t>((i ^ (element_size - 1)) % 16);
+  }
+  return order;
+}
+
+constexpr Order kOrders[] = {OrderFor(2), OrderFor(4), OrderFor(8)};
+
+[[gnu::target("ssse3")]] void SwapBy16(uint8_t* destination, const uint8_t* source, size_t size,
+                                       const Order& order) {
+  const __m128i indices = _mm_load_si128(reinterpret_cast<const __m128i*>(order.index));
+  for (size_t i = 0; i < size; i += sizeof indices) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + i));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(destination + i), _mm_shuffle_epi8(bytes, indices));
+  }
+}
+
+[[gnu::target("avx2")]] void SwapBy32(uint8_t* destination, const uint8_t* source, size_t size,
+                                      const Order& order) {
+  const __m256i indices = _mm256_load_si256(reinterpret_cast<const __m256i*>(order.index));
+  for (size_t i = 0; i < size; i += sizeof indices) {
+    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source + i));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination + i),
+                        _mm256_shuffle_epi8(bytes, indices));
+  }
+}
+
+}  // namespace
+
+Shuffle byte_swap::WidestShuffle() {
+  // Asking takes long, in a virtual machine above all. Threads that ask at once find the same.
+  constexpr uint8_t kNotAsked = 0xFF;
+  static constinit std::atomic<uint8_t> widest = kNotAsked;
+  uint8_t known = widest.load(std::memory_order_relaxed);
+  if (known == kNotAsked) {
+    known = static_cast<uint8_t>(AskProcessor());
+    widest.store(known, std::memory_order_relaxed);
+  }
+  return static_cast<Shuffle>(known);
+}
+
+size_t byte_swap::SwapRuns(uint8_t* destination, const uint8_t* source, size_t size,
+                           size_t element_size, Shuffle shuffle) {
+  if (shuffle == Shuffle::kNone) return 0;
+  const size_t swapped = size - size % kRunSize;
+  const Order& order = kOrders[element_size / 4];
+  (shuffle == Shuffle::k16Bytes ? SwapBy16 : SwapBy32)(destination, source, swapped, order);
+  return swapped;
+}
