@@ -61,7 +61,7 @@ SPECIFIC = "is neither standard nor on every system"
 PORTABLE = {STANDARD}
 HOSTED = {STANDARD, RUN_TIME}
 UNIX = {STANDARD, POSIX}
-ONE_SYSTEM = {STANDARD, POSIX, SPECIFIC}
+ONE_SYSTEM = {STANDARD, POSIX, PROCESSOR, SPECIFIC}
 EVERYTHING = None
 
 ALL_UTIL = {"util", "util/dynbuffer", "util/util"}

@@ -2,11 +2,14 @@
 
 #include <bit>
 
-#include "util/bytes.h"
+#include "util/byte_order.h"
 
 uint16_t UTIL_aBitReverse16[65536];
 
 namespace {
+
+using byte_order::LoadLittle;
+using byte_order::StoreLittle;
 
 // ---- The table of reversed numbers ----
 
@@ -48,8 +51,8 @@ void EnsureTableIsFilled() {
 void StoreBits32(uint8_t* bytes, uint32_t value, uint32_t first_bit) {
   const uint64_t replaced = uint64_t{0xFFFFFFFF} << first_bit;
   const uint64_t bits = uint64_t{value} << first_bit;
-  const auto kept = static_cast<uint32_t>(UTIL_Load32LE(bytes) & ~replaced);
-  UTIL_Store32LE(bytes, kept | static_cast<uint32_t>(bits));
+  const auto kept = static_cast<uint32_t>(LoadLittle<uint32_t>(bytes) & ~replaced);
+  StoreLittle(bytes, kept | static_cast<uint32_t>(bits));
   if (first_bit == 0) return;
   bytes[4] = static_cast<uint8_t>((bytes[4] & ~(replaced >> 32)) | (bits >> 32));
 }
@@ -78,7 +81,7 @@ uint32_t UTIL_ReadBits(const uint8_t* buffer, uint32_t bit_position, uint32_t co
 uint32_t UTIL_ReadBits32(const uint8_t* buffer, uint32_t bit_position) {
   const uint8_t* const bytes = buffer + bit_position / 8;
   const uint32_t skipped = bit_position % 8;
-  uint64_t bits = UTIL_Load32LE(bytes);
+  uint64_t bits = LoadLittle<uint32_t>(bytes);
   if (skipped != 0) bits |= uint64_t{bytes[4]} << 32;
   return static_cast<uint32_t>(bits >> skipped);
 }

@@ -2,29 +2,17 @@
 
 #include <bit>
 #include <cstddef>
-#include <cstring>
 
+#include "util/byte_order.h"
 #include "util/byte_swap.h"
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the loads and stores rely on it");
-
-uint16_t Swapped(uint16_t value) { return __builtin_bswap16(value); }
-uint32_t Swapped(uint32_t value) { return __builtin_bswap32(value); }
-uint64_t Swapped(uint64_t value) { return __builtin_bswap64(value); }
-
-template <typename Value>
-Value LoadLittle(const void* address) {
-  Value value;
-  memcpy(&value, address, sizeof value);
-  return value;
-}
-
-template <typename Value>
-Value LoadBig(const void* address) {
-  return Swapped(LoadLittle<Value>(address));
-}
+using byte_order::LoadBig;
+using byte_order::LoadLittle;
+using byte_order::StoreBig;
+using byte_order::StoreLittle;
+using byte_order::Swapped;
 
 template <typename Value>
 Value Load(const void* address, bool is_big_endian) {
@@ -32,18 +20,8 @@ Value Load(const void* address, bool is_big_endian) {
 }
 
 template <typename Value>
-void StoreLittle(void* address, Value value) {
-  memcpy(address, &value, sizeof value);
-}
-
-template <typename Value>
-void StoreBig(void* address, Value value) {
-  StoreLittle(address, Swapped(value));
-}
-
-template <typename Value>
 void Store(void* address, Value value, bool is_big_endian) {
-  StoreLittle(address, is_big_endian ? Swapped(value) : value);
+  is_big_endian ? StoreBig(address, value) : StoreLittle(address, value);
 }
 
 // Whether whole runs may be loaded before any of their elements is stored: a destination that

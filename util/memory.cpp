@@ -5,64 +5,78 @@
 #include <cstddef>
 #include <cstring>
 
-#include "util/bytes.h"
+#include "util/byte_order.h"
 #include "util/format.h"
 #include "util/text.h"
 
 namespace {
 
+using byte_order::LoadLittle;
+using byte_order::StoreBig;
+
 // ---- Comparison ----
 
-// Buffers are compared 16 bytes at a time.
 using Block [[gnu::vector_size(16)]] = uint8_t;
 
-Block LoadBlock(const uint8_t* bytes) {
-  Block block;
-  memcpy(&block, bytes, sizeof block);
-  return block;
-}
+// Blocks are compared in groups, since asking what a comparison gave takes longer than making it.
+constexpr size_t kGroupSize = 4 * sizeof(Block);
 
-// The index of the first byte that is not 0, or -1.
-int64_t FirstSetByte(Block block) {
-  struct Halves {
-    uint64_t low;
-    uint64_t high;
-  };
-  const auto [low, high] = std::bit_cast<Halves>(block);
-  if (low != 0) return std::countr_zero(low) / 8;
-  if (high != 0) return 8 + std::countr_zero(high) / 8;
-  return -1;
-}
-
-// What a comparison makes of the bytes before it compares them.
-struct AsTheyAre {
-  static Block Of(Block block) { return block; }
-  static uint8_t Of(uint8_t byte) { return byte; }
+// What a comparison calls different. A block's difference is not 0 in the bytes that differ.
+struct Exact {
+  static Block Difference(Block first, Block second) { return first ^ second; }
+  static bool Differ(uint8_t first, uint8_t second) { return first != second; }
 };
 
-struct InLowerCase {
-  static Block Of(Block block) {
-    const Block is_capital = static_cast<Block>(block - 'A' <= 'Z' - 'A');
-    return block + (is_capital & ('a' - 'A'));
+struct WithoutCase {
+  // The one bit in which "A" to "Z" and "a" to "z" differ makes no difference in letters.
+  static Block Difference(Block first, Block second) {
+    constexpr uint8_t kCaseBit = 'a' - 'A';
+    const auto is_letter = static_cast<Block>((first | kCaseBit) - 'a' <= 'z' - 'a');
+    return (first ^ second) & ~(is_letter & kCaseBit);
   }
-  static uint8_t Of(uint8_t byte) { return UTIL_aToLower[byte]; }
+  static bool Differ(uint8_t first, uint8_t second) {
+    return UTIL_aToLower[first] != UTIL_aToLower[second];
+  }
 };
 
-// The index of the first differing byte, or -1.
-template <typename Form>
-int64_t FirstDifference(const void* first, const void* second, size_t count) {
-  const auto* const a = static_cast<const uint8_t*>(first);
-  const auto* const b = static_cast<const uint8_t*>(second);
-  size_t i = 0;
-  for (; count - i >= sizeof(Block); i += sizeof(Block)) {
-    const int64_t index = FirstSetByte(Form::Of(LoadBlock(a + i)) ^ Form::Of(LoadBlock(b + i)));
-    if (index >= 0) return static_cast<int64_t>(i) + index;
+// Two buffers of the same size.
+template <typename Rule>
+class Pair {
+ public:
+  Pair(const void* first, const void* second)
+      : first_(static_cast<const uint8_t*>(first)), second_(static_cast<const uint8_t*>(second)) {}
+
+  // The index of the first of count bytes that differs, or -1.
+  int64_t FirstDifference(size_t count) const {
+    size_t i = 0;
+    while (count - i >= kGroupSize && !IsAnySet(GroupDifference(i))) i += kGroupSize;
+    while (count - i >= sizeof(Block) && !IsAnySet(BlockDifference(i))) i += sizeof(Block);
+    while (i < count && !Rule::Differ(first_[i], second_[i])) ++i;
+    return i < count ? static_cast<int64_t>(i) : -1;
   }
-  for (; i < count; ++i) {
-    if (Form::Of(a[i]) != Form::Of(b[i])) return static_cast<int64_t>(i);
+
+ private:
+  Block BlockDifference(size_t index) const {
+    return Rule::Difference(LoadLittle<Block>(first_ + index), LoadLittle<Block>(second_ + index));
   }
-  return -1;
-}
+
+  Block GroupDifference(size_t index) const {
+    return BlockDifference(index) | BlockDifference(index + 16) | BlockDifference(index + 32) |
+           BlockDifference(index + 48);
+  }
+
+  static bool IsAnySet(Block block) {
+    struct Halves {
+      uint64_t low;
+      uint64_t high;
+    };
+    const auto halves = std::bit_cast<Halves>(block);
+    return (halves.low | halves.high) != 0;
+  }
+
+  const uint8_t* first_;
+  const uint8_t* second_;
+};
 
 size_t NotNegative(int32_t count) { return static_cast<size_t>(std::max(count, 0)); }
 
@@ -84,7 +98,7 @@ constexpr uint32_t kSizeField = 4;
 constexpr uint32_t kLargestPayload = 4096;
 
 // The number of bytes behind the size field. A size below 4 wraps to a huge one.
-uint32_t PayloadSize(const void* structure) { return UTIL_Load32LE(structure) - kSizeField; }
+uint32_t PayloadSize(const void* structure) { return LoadLittle<uint32_t>(structure) - kSizeField; }
 
 // The place where a report would be hooked in. The text goes nowhere on purpose: an illegal size is
 // refused in silence.
@@ -97,11 +111,11 @@ void ReportIllegalSize(const char* name, uint32_t payload_size) {
 }  // namespace
 
 int32_t UTIL_FindFirstDiff(const void* first, const void* second, int32_t count) {
-  return static_cast<int32_t>(FirstDifference<AsTheyAre>(first, second, NotNegative(count)));
+  return static_cast<int32_t>(Pair<Exact>(first, second).FirstDifference(NotNegative(count)));
 }
 
 int32_t UTIL_FindFirstDiffNoCase(const void* first, const void* second, int32_t count) {
-  return static_cast<int32_t>(FirstDifference<InLowerCase>(first, second, NotNegative(count)));
+  return static_cast<int32_t>(Pair<WithoutCase>(first, second).FirstDifference(NotNegative(count)));
 }
 
 int32_t UTIL_memcmp(const void* first, const void* second, int32_t count) {
@@ -111,7 +125,7 @@ int32_t UTIL_memcmp(const void* first, const void* second, int32_t count) {
 }
 
 int32_t UTIL_memicmp(const void* first, const void* second, uint32_t count) {
-  const int64_t index = FirstDifference<InLowerCase>(first, second, count);
+  const int64_t index = Pair<WithoutCase>(first, second).FirstDifference(count);
   return index < 0 ? 0 : FoldedByte(first, index) - FoldedByte(second, index);
 }
 
@@ -120,7 +134,7 @@ int32_t UTIL_FindNotByte(const void* buffer, uint8_t byte, uint32_t count) {
   if (count == 0) return -1;
   if (bytes[0] != byte) return 0;
   // All bytes are equal when each equals its neighbour.
-  const int64_t index = FirstDifference<AsTheyAre>(bytes, bytes + 1, count - 1);
+  const int64_t index = Pair<Exact>(bytes, bytes + 1).FirstDifference(count - 1);
   return index < 0 ? -1 : static_cast<int32_t>(index + 1);
 }
 
@@ -130,9 +144,9 @@ void UTIL_Reverse(void* buffer, uint32_t length) {
   // Eight bytes from either end change places while there are that many.
   for (; last - first >= 16; first += 8) {
     last -= 8;
-    const uint64_t head = UTIL_Load64LE(first);
-    UTIL_Store64BE(first, UTIL_Load64LE(last));
-    UTIL_Store64BE(last, head);
+    const uint64_t head = LoadLittle<uint64_t>(first);
+    StoreBig(first, LoadLittle<uint64_t>(last));
+    StoreBig(last, head);
   }
   std::reverse(first, last);
 }
