@@ -7,7 +7,7 @@
 
 namespace byte_swap {
 
-// A run is 16 elements of 2 bytes, 8 of 4 or 4 of 8. None is stored past before it is loaded whole.
+// A run is 16 elements of 2 bytes, 8 of 4 or 4 of 8.
 inline constexpr size_t kRunSize = 32;
 
 // How many bytes of a run one operation shuffles.

@@ -11,7 +11,7 @@ using byte_swap::Shuffle;
 
 using Vector [[gnu::vector_size(16)]] = uint8_t;
 
-// Places holds 0 to 15; each byte changes places within its element.
+// kPlaces is 0 to 15. Each byte changes places with the mirrored one of its element.
 template <size_t kElementSize, size_t... kPlaces>
 void SwapBy16(uint8_t* destination, const uint8_t* source, size_t size,
               std::index_sequence<kPlaces...>) {

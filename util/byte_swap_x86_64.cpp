@@ -1,5 +1,5 @@
-// For x86-64: the first of these processors have no byte shuffle and younger ones a wider one, so the
-// processor is asked.
+// For x86-64. The first of these processors have no byte shuffle and the younger ones one of 32 bytes,
+// so the processor is asked.
 #include <cpuid.h>
 #include <immintrin.h>
 
@@ -48,6 +48,8 @@ constexpr Order OrderFor(size_t element_size) {
 
 constexpr Order kOrders[] = {OrderFor(2), OrderFor(4), OrderFor(8)};
 
+const Order& KnownOrder(size_t element_size) { return kOrders[element_size / 4]; }
+
 [[gnu::target("ssse3")]] void SwapBy16(uint8_t* destination, const uint8_t* source, size_t size,
                                        const Order& order) {
   const __m128i indices = _mm_load_si128(reinterpret_cast<const __m128i*>(order.index));
@@ -71,11 +73,10 @@ constexpr Order kOrders[] = {OrderFor(2), OrderFor(4), OrderFor(8)};
 
 Shuffle byte_swap::WidestShuffle() {
   // Asking takes long, in a virtual machine above all. Threads that ask at once find the same.
-  constexpr uint8_t kNotAsked = 0xFF;
-  static constinit std::atomic<uint8_t> widest = kNotAsked;
-  uint8_t known = widest.load(std::memory_order_relaxed);
-  if (known == kNotAsked) {
-    known = static_cast<uint8_t>(AskProcessor());
+  static constinit std::atomic<int> widest = -1;
+  int known = widest.load(std::memory_order_relaxed);
+  if (known < 0) {
+    known = static_cast<int>(AskProcessor());
     widest.store(known, std::memory_order_relaxed);
   }
   return static_cast<Shuffle>(known);
@@ -85,7 +86,8 @@ size_t byte_swap::SwapRuns(uint8_t* destination, const uint8_t* source, size_t s
                            size_t element_size, Shuffle shuffle) {
   if (shuffle == Shuffle::kNone) return 0;
   const size_t swapped = size - size % kRunSize;
-  const Order& order = kOrders[element_size / 4];
-  (shuffle == Shuffle::k16Bytes ? SwapBy16 : SwapBy32)(destination, source, swapped, order);
+  const Order& order = KnownOrder(element_size);
+  const auto swap = shuffle == Shuffle::k16Bytes ? SwapBy16 : SwapBy32;
+  swap(destination, source, swapped, order);
   return swapped;
 }

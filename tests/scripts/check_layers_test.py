@@ -229,6 +229,19 @@ class CheckLayersTest(unittest.TestCase):
         self.assert_refused("client/terminal_mode.cpp", 'client may not include "settings/xml.h"',
                             '#include "settings/xml.h"')
 
+    def test_one_processors_headers_are_for_its_source(self):
+        self.assert_accepted("util/byte_swap_x86_64.cpp", "#include <cpuid.h>",
+                             "#include <immintrin.h>", "#include <atomic>")
+        self.assert_refused("util/byte_swap_x86_64.cpp",
+                            f"util may not include <sys/sysctl.h>, {SPECIFIC}",
+                            "#include <sys/sysctl.h>")
+        for header in ("cpuid.h", "immintrin.h"):
+            for unit in ("util", "sys", "client"):
+                self.assert_refused(
+                    f"{unit}/x.cpp",
+                    f"{unit} may not include <{header}>, which belongs to one kind of processor",
+                    f"#include <{header}>")
+
     def test_one_systems_headers_are_for_platform(self):
         headers = ("mach/mach_time.h", "IOKit/IOKitLib.h", "CoreFoundation/CoreFoundation.h",
                    "linux/serial.h", "sys/sysctl.h", "libproc.h", "asm/termbits.h")
