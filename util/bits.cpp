@@ -103,10 +103,10 @@ uint32_t UTIL_CountBits(uint32_t value) { return static_cast<uint32_t>(std::popc
 
 uint32_t UTIL_Parity(uint32_t value) { return UTIL_CountBits(value) % 2; }
 
-// The width of 0 is 0, so that "one below" gives 0xFFFFFFFF.
 uint32_t UTIL_HighestBit(uint32_t value) { return UTIL_HighestBit64(value); }
 
 uint32_t UTIL_HighestBit64(uint64_t value) {
+  // One below the width of 0, which is 0, is 0xFFFFFFFF.
   return static_cast<uint32_t>(std::bit_width(value)) - 1;
 }
 

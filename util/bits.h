@@ -46,7 +46,7 @@ void UTIL_WriteBits32(uint8_t* buffer, uint32_t value, uint32_t bit_position);
 /* Packs the low bits of several values back to back into a stream.
  *
  * start_bit        0 to 7: where the first value begins
- * bits_per_value   1 to 32: how far behind it the next one begins
+ * bits_per_value   how far behind it the next one begins; above 32 the bits between are kept
  * count            how many values, at least 1
  *
  * Each value is written with all its 32 bits, and the next one overwrites the excess. So the bits of

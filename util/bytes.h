@@ -65,13 +65,13 @@ void UTIL_SwapArray64(void* destination, const void* source, uint32_t count);
 
 /* ---- Integers of variable length ---- */
 
-/* An unsigned integer in groups of 7 bits, least significant group first, one group a byte. Bit 7 of
- * a byte is set when another byte follows: 300 is 0xAC 0x02, and 0 is 0x00. This is LEB128. */
+/* Unsigned LEB128: groups of 7 bits, least significant group first, one group a byte. Bit 7 of a
+ * byte is set when another byte follows: 300 is 0xAC 0x02, and 0 is 0x00. */
 
 /* Reads the integer at *cursor and moves *cursor behind it.
  *
- * REQUIRES: the encoding is complete and has no more than 5 bytes. In the fifth one only the lowest
- * 4 bits count. */
+ * The encoding must be complete. In its fifth byte only the lowest 4 bits count; more than 5 bytes
+ * are read to their end, but give a number that means nothing. */
 uint32_t UTIL_ReadVarU32(const uint8_t** cursor);
 
 /* Writes value in the fewest bytes, 1 to 5, and returns the address behind them. */

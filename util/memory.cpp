@@ -156,10 +156,6 @@ void UTIL_CopyRecords(void* destination, uint32_t destination_size, const void* 
   if (destination == nullptr || source == nullptr || destination_size == 0 || count == 0) return;
   auto* to = static_cast<uint8_t*>(destination);
   const auto* from = static_cast<const uint8_t*>(source);
-  if (source_size == 0) {
-    memset(to, 0, size_t{count} * destination_size);
-    return;
-  }
   if (source_size == destination_size) {
     memcpy(to, from, size_t{count} * destination_size);
     return;

@@ -103,7 +103,7 @@ TEST(UtilFindFirstDiffNoCase, FoldsNothingElse) {
   GuardedBytes second(Bytes(64 + 16 + 1));
   for (uint32_t a = 0; a < 256; ++a) {
     for (uint32_t b = 0; b < 256; ++b) {
-      for (const int32_t place : {37, 70, 80}) {
+      for (const int32_t place : {32, 37, 64, 70, 80}) {
         first.bytes()[place] = static_cast<uint8_t>(a);
         second.bytes()[place] = static_cast<uint8_t>(b);
         const int32_t expected = Folded(a) == Folded(b) ? -1 : place;
