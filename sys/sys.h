@@ -4,7 +4,9 @@
 
 #include "clock.h"
 #include "console.h"
+#include "files.h"
 #include "memory.h"
+#include "paths.h"
 #include "process.h"
 #include "socket_services.h"
 #include "sockets.h"

@@ -7,9 +7,9 @@
 #include "build_stamp.h"
 #include "bytes.h"
 #include "format.h"
+#include "memory.h"
 #include "parse.h"
 #include "strings.h"
-#include "memory.h"
 #include "text.h"
 
 #endif
