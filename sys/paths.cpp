@@ -37,7 +37,7 @@ Parts Split(const char* path) {
   const char* dot = strrchr(last, '.');
   if (dot == nullptr || dot == last) dot = end;
   // A path without a slash keeps its extension in the name, on purpose.
-  if (slash == nullptr) return {{}, {path, end}, {dot, end}};
+  if (slash == nullptr) return {{path, path}, {path, end}, {dot, end}};
   return {{path, slash}, {last, dot}, {dot, end}};
 }
 
@@ -112,8 +112,8 @@ bool CanMakeFilesIn(const char* folder) {
   char path[1024 + sizeof "/TARVENXXXXXX"];
   UTIL_snprintf(path, sizeof path, "%s/TARVENXXXXXX", folder);
   [[maybe_unused]] const int kept_open = mkostemp(path, O_CLOEXEC);
-  const int32_t handle = SYS_FILE_Open(
-      path, SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE | SYS_FILE_FLAG_TRUNCATE);
+  const int32_t handle =
+      SYS_FILE_Open(path, SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE | SYS_FILE_FLAG_TRUNCATE);
   if (handle < 0) return false;
   SYS_FILE_Close(handle);
   SYS_FILE_Delete(path);
@@ -175,7 +175,7 @@ void SYS_SplitPath(const char* path, char* drive, uint32_t drive_capacity, char*
   if (copy == nullptr) return;
   memcpy(copy, path, size);
   const Parts parts = Split(copy);
-  StorePart({}, drive, drive_capacity);
+  StorePart("", drive, drive_capacity);
   StorePart(parts.directory, directory, directory_capacity);
   StorePart(parts.name, name, name_capacity);
   StorePart(parts.extension, extension, extension_capacity);
