@@ -114,10 +114,7 @@ TEST_F(SysFileOpen, ReadAndWriteBitsGiveTheAccess) {
     uint32_t flags;
     int access;
   } cases[] = {
-      {0, O_RDONLY},
-      {kRead, O_RDONLY},
-      {kWrite, O_WRONLY},
-      {kRead | kWrite, O_RDWR},
+      {0, O_RDONLY},       {kRead, O_RDONLY}, {kWrite, O_WRONLY}, {kRead | kWrite, O_RDWR},
       {kAppend, O_RDONLY},
   };
   for (const auto& c : cases) {

@@ -143,7 +143,9 @@ TEST_F(SysFileReadLine, EmptyLineIsOneByteLong) {
 }
 
 TEST_F(SysFileReadLine, StopsBehindAByteFFAndKeepsIt) {
-  const int32_t handle = OpenFile("ab\xFF" "cd\xFE\n");
+  const int32_t handle = OpenFile(
+      "ab\xFF"
+      "cd\xFE\n");
   GuardedBuffer buffer(10);
   EXPECT_EQ(SYS_FILE_ReadLine(handle, buffer.data(), 10), 3);
   EXPECT_STREQ(buffer.data(), "ab\xFF");
@@ -250,17 +252,10 @@ TEST_F(SysFileSeek, CountsFromTheOrigin) {
     int32_t origin;
     int32_t position;
   } cases[] = {
-      {4, 0, 4},
-      {3, 1, 7},
-      {-5, 1, 2},
-      {-1, 2, 9},
-      {0, 2, 10},
-      {5, 2, 15},      // behind the end
-      {3, 7, 3},       // an unknown origin is the start
-      {2, -1, 2},
-      {6, 3, 6},
-      {1, INT32_MIN, 1},
-      {INT32_MAX, 0, INT32_MAX},
+      {4, 0, 4},  {3, 1, 7},  {-5, 1, 2},        {-1, 2, 9},
+      {0, 2, 10}, {5, 2, 15},  // behind the end
+      {3, 7, 3},               // an unknown origin is the start
+      {2, -1, 2}, {6, 3, 6},  {1, INT32_MIN, 1}, {INT32_MAX, 0, INT32_MAX},
       {0, 0, 0},
   };
   for (const auto& c : cases) {
@@ -398,8 +393,8 @@ TEST_F(SysFileIsReadOnly, AsksForAllThreeWritePermissions) {
     mode_t permissions;
     int32_t expected;
   } cases[] = {
-      {0444, 1}, {0000, 1}, {0555, 1}, {0644, 0}, {0464, 0}, {0446, 0}, {0200, 0}, {0020, 0},
-      {0002, 0}, {0666, 0}, {07444, 1},
+      {0444, 1}, {0000, 1}, {0555, 1}, {0644, 0}, {0464, 0},  {0446, 0},
+      {0200, 0}, {0020, 0}, {0002, 0}, {0666, 0}, {07444, 1},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.permissions);
