@@ -94,7 +94,8 @@ int32_t SYS_FILE_Truncate(int32_t handle, int32_t length);
 /* Removes a file. Returns 0 always, also when there was none or it could not be removed. */
 int32_t SYS_FILE_Delete(const char* path);
 
-/* Returns 1 if the path, of a file or a folder, can be opened for reading, else 0. */
+/* Returns 1 if the path, of a file or a folder, can be opened for reading, else 0. It is opened to
+ * find out; where that is a named pipe, the call waits for a writer. */
 int32_t SYS_FILE_Exists(const char* path);
 
 /* Returns 1 for a regular file that nobody may write, by its permissions alone; 0 for anything else

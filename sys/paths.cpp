@@ -273,7 +273,6 @@ void SYS_GetModulePath(char* output, uint32_t capacity) {
 
 void SYS_GetModuleDir(char* output) {
   if (output == nullptr) return;
-  output[0] = '\0';
   SYS_GetModulePath(output, SYS_PATH_CAPACITY);
   CutToFolder(output, SYS_PATH_CAPACITY);
 }

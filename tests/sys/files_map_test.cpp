@@ -16,6 +16,26 @@
 #include "tests/support/socket_state.h"
 #include "tests/support/temporary_home.h"
 
+// ---- What the tests put between the views and the system ----
+
+namespace {
+
+int last_sync_flags = 0;
+
+}  // namespace
+
+extern "C" {
+
+int __real_msync(void* address, size_t length, int flags);
+int __wrap_msync(void* address, size_t length, int flags);
+
+int __wrap_msync(void* address, size_t length, int flags) {
+  last_sync_flags = flags;
+  return __real_msync(address, length, flags);
+}
+
+}  // extern "C"
+
 namespace {
 
 using support::ClosedDescriptor;
@@ -74,6 +94,18 @@ TEST_F(SysFileMap, AddressIsThatOfTheByteAtTheOffset) {
   memcpy(view, "there", 5);
   EXPECT_EQ(SYS_FILE_Unmap(view, 5000, 5), 0);
   EXPECT_EQ(home_.Read("file").substr(4998, 9), "..there..");
+}
+
+TEST_F(SysFileMap, ReachesOverPageLimits) {
+  Fill(3 * kPage);
+  auto* const view = static_cast<char*>(SYS_FILE_Map(handle_.get(), 4000, 4196));
+  ASSERT_NE(view, nullptr);
+  view[0] = view[4195] = 'X';
+  EXPECT_EQ(SYS_FILE_Unmap(view, 4000, 4196), 0);
+  EXPECT_EQ(munmap(view + 2 * kPage - 4000, kPage), 0);
+  std::string expected(3 * kPage, 'f');
+  expected[4000] = expected[8195] = 'X';
+  EXPECT_EQ(home_.Read("file"), expected);
 }
 
 TEST_F(SysFileMap, ExtendsAShortFileToTheEndOfThePartWithASpace) {
@@ -234,6 +266,15 @@ TEST_F(SysFileFlushMap, TakesAnAddressWithinAPage) {
   EXPECT_EQ(home_.Read("file")[5000], 'X');
   EXPECT_EQ(SYS_FILE_FlushMap(view + 50, 50), 0);
   EXPECT_EQ(SYS_FILE_Unmap(view, 5000, 100), 0);
+}
+
+TEST_F(SysFileFlushMap, WaitsAndInvalidatesOtherCopies) {
+  Fill(kPage);
+  void* const view = SYS_FILE_Map(handle_.get(), 0, kPage);
+  ASSERT_NE(view, nullptr);
+  EXPECT_EQ(SYS_FILE_FlushMap(view, kPage), 0);
+  EXPECT_EQ(last_sync_flags, MS_SYNC | MS_INVALIDATE);
+  EXPECT_EQ(SYS_FILE_Unmap(view, 0, kPage), 0);
 }
 
 TEST_F(SysFileFlushMap, RangeThatIsNotMappedGivesMinusOne) {

@@ -26,6 +26,7 @@ namespace {
 // What was asked for, while somebody listens.
 bool is_listening = false;
 std::vector<std::string> calls;
+int last_flags = 0;
 
 // After that many opens the missing file is there.
 size_t opens_before_success = SIZE_MAX;
@@ -50,6 +51,7 @@ int __wrap_open(const char* path, int flags, ...) {
   va_start(arguments, flags);
   const auto mode = static_cast<mode_t>((flags & O_CREAT) != 0 ? va_arg(arguments, int) : 0);
   va_end(arguments);
+  last_flags = flags;
   if (is_listening) {
     if (calls.size() == opens_before_success) close(creat(late_file.c_str(), 0600));
     calls.emplace_back("open");
@@ -192,6 +194,11 @@ TEST_F(SysFileOpen, ExclusiveRefusesAFileThatIsThere) {
   EXPECT_EQ(home_.Read("file"), "old text");
   const Handle handle(SYS_FILE_Open(missing_.c_str(), kWrite | kCreate | kExclusive | kTruncate));
   EXPECT_GE(handle.get(), 0);
+}
+
+TEST_F(SysFileOpen, ExclusiveTakesThePlaceOfTruncate) {
+  const Handle handle(SYS_FILE_Open(missing_.c_str(), kWrite | kCreate | kExclusive | kTruncate));
+  EXPECT_EQ(last_flags, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC);
 }
 
 TEST_F(SysFileOpen, ExclusiveWithoutCreateMeansNothing) {

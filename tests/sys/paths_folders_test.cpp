@@ -214,6 +214,7 @@ TEST_F(SysCreateDirRecursive, PathOfFiveThousandCharactersGivesMinusOne) {
   EXPECT_EQ(SYS_CreateDirRecursive(n.c_str()), -1);
   EXPECT_EQ(SYS_CreateDirRecursive(home_.At(n).c_str()), -1);
   EXPECT_EQ(SYS_CreateDirRecursive((n + "/x").c_str()), -1);
+  EXPECT_EQ(SYS_CreateDirRecursive(("new/folder/" + n).c_str()), -1);
   EXPECT_EQ(SYS_CreateDirRecursive(Chain(2500).c_str()), -1);
   EXPECT_TRUE(fs::is_empty("."));
 }

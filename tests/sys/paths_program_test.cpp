@@ -73,7 +73,8 @@ int __wrap_mkostemp(char* path, int flags) {
 size_t __wrap__ZN8platform14ExecutablePathEPcm(char* path, size_t capacity) {
   if (!executable_path) return __real__ZN8platform14ExecutablePathEPcm(path, capacity);
   EXPECT_EQ(capacity, 4096U);
-  path[executable_path->copy(path, capacity - 1)] = '\0';
+  const std::string text = executable_path->empty() ? "/rubbish" : *executable_path;
+  path[text.copy(path, capacity - 1)] = '\0';
   return executable_path->size();
 }
 
