@@ -6,6 +6,7 @@
 #include "bits.h"
 #include "build_stamp.h"
 #include "bytes.h"
+#include "dynbuffer.h"
 #include "format.h"
 #include "memory.h"
 #include "parse.h"

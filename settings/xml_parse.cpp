@@ -1,0 +1,272 @@
+// Reading a document: one pass over the text, and one copy of each name and value.
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <string_view>
+
+#include "settings/xml.h"
+#include "settings/xml_bytes.h"
+#include "settings/xml_name.h"
+#include "settings/xml_record.h"
+#include "sys/files.h"
+#include "sys/memory.h"
+
+namespace {
+
+constexpr uint32_t kMaxDepth = 100;
+constexpr size_t kMaxKeptBytes = 255;
+
+// Negative results end the parsing.
+enum Result : int32_t {
+  kParsed = 0,
+  kTextBetweenTags = -1,
+  kEmptyName = -2,
+  kClosesAnotherElement = -3,
+  kClosingTagMisplaced = -4,  // at top level, or without its ">"
+  kNoMemory = -5,
+  kTagNotClosed = -7,
+  kTooDeep = -8,
+};
+
+// ---- Reading the text ----
+
+// The first double quote or zero from here on.
+const char* ValueEnd(const char* at) {
+  return xml_bytes::FindFirst(at, [](xml_bytes::Bytes bytes) {
+    return std::bit_cast<xml_bytes::Bytes>((bytes == '"') | (bytes == 0));
+  });
+}
+
+// A position in a text that a zero byte ends; no read goes beyond that byte.
+class Reader {
+ public:
+  explicit Reader(const char* text) : at_(text) {}
+
+  char Next() const { return *at_; }
+  bool IsAt(std::string_view text) const { return memcmp(at_, text.data(), text.size()) == 0; }
+  uint32_t line_count() const { return line_count_; }
+
+  bool Accept(char byte) {
+    if (*at_ != byte) return false;
+    ++at_;
+    return true;
+  }
+
+  void SkipBlanks() {
+    for (;; ++at_) {
+      if (*at_ == '\n') {
+        ++line_count_;
+      } else if (*at_ != ' ' && *at_ != '\t' && *at_ != '\r') {
+        return;
+      }
+    }
+  }
+
+  // Skips what the position is at, begin, and all up to and with the next end, or to the end of the
+  // text.
+  void SkipFromTo(std::string_view begin, std::string_view end) {
+    for (at_ += begin.size(); *at_ != '\0'; ++at_) {
+      if (*at_ == '\n') ++line_count_;
+      if (IsAt(end)) {
+        at_ += end.size();
+        return;
+      }
+    }
+  }
+
+  // Reads a name, which is empty where none begins.
+  std::string_view ReadName() {
+    const char* const begin = at_;
+    if (*at_ != '-') at_ = xml_name::NameEnd(at_);
+    return Kept(begin, at_);
+  }
+
+  // Reads a value in double quotes. Without the first quote nothing is read; without the second all
+  // is read and nothing kept.
+  std::string_view ReadValue() {
+    if (!Accept('"')) return Kept(at_, at_);
+    const char* const begin = at_;
+    const char* const end = ValueEnd(at_);
+    at_ = end;
+    return Accept('"') ? Kept(begin, end) : Kept(begin, begin);
+  }
+
+ private:
+  // What is kept of the bytes from begin to end. It lies in the text even when it is empty, so that
+  // it may be copied as a padded one.
+  static std::string_view Kept(const char* begin, const char* end) {
+    return {begin, std::min(static_cast<size_t>(end - begin), kMaxKeptBytes)};
+  }
+
+  const char* at_;
+  uint32_t line_count_ = 0;
+};
+
+// ---- Building the tree ----
+
+// Where the parser stands in the tree. The way back up is in the elements themselves, so no nesting
+// costs stack.
+struct Place {
+  XML_DOC* document;
+  XML_NODE* parent = nullptr;    // the element that is open, null at top level
+  XML_NODE* previous = nullptr;  // the last element at this level, null at its start
+  uint32_t depth = 0;
+};
+
+// Reads "name = value". Null when there is no "=" or no memory.
+XML_ATTR* ParseAttribute(Reader& reader, XML_ARENA* arena) {
+  const std::string_view name = reader.ReadName();
+  reader.SkipBlanks();
+  if (!reader.Accept('=')) return nullptr;
+  reader.SkipBlanks();
+  const std::string_view name_copy = xml_record::CopyPaddedText(arena, name);
+  const std::string_view value_copy = xml_record::CopyPaddedText(arena, reader.ReadValue());
+  return xml_record::NewAttribute(arena, name_copy, value_copy);
+}
+
+// Reads attributes up to the end of the tag. The first that is none takes all others with it: the
+// element keeps no attributes, and whether its tag ends there decides about the rest.
+void ParseAttributes(Reader& reader, XML_ARENA* arena, XML_NODE* element) {
+  XML_ATTR* last = nullptr;
+  for (;;) {
+    reader.SkipBlanks();
+    if (reader.Next() == '/' || reader.Next() == '>') return;
+    XML_ATTR* const attribute = ParseAttribute(reader, arena);
+    if (attribute == nullptr) {
+      element->first_attr = nullptr;
+      return;
+    }
+    xml_record::Link(element, last, attribute);
+    last = attribute;
+  }
+}
+
+// Makes the element the next one of its level. It learns nothing of its predecessor on purpose: only
+// elements that are added later do.
+void Link(Place& place, XML_NODE* element) {
+  element->parent = place.parent;
+  if (place.previous != nullptr) {
+    place.previous->next = element;
+  } else if (place.parent != nullptr) {
+    place.parent->first_child = element;
+  } else {
+    place.document->first_element = element;
+  }
+  place.previous = element;
+}
+
+Result OpenElement(Place& place) {
+  if (place.depth == kMaxDepth) return kTooDeep;
+  ++place.depth;
+  place.parent = place.previous;
+  place.previous = nullptr;
+  return kParsed;
+}
+
+void CloseElement(Place& place) {
+  --place.depth;
+  place.previous = place.parent;
+  place.parent = place.parent->parent;
+}
+
+// Reads a tag from its name on.
+Result ParseOpeningTag(Reader& reader, Place& place) {
+  const std::string_view name = reader.ReadName();
+  if (name.empty()) return kEmptyName;
+  XML_ARENA* const arena = place.document->arena;
+  XML_NODE* const element = xml_record::NewElement(arena, xml_record::CopyPaddedText(arena, name));
+  if (element == nullptr) return kNoMemory;
+  ParseAttributes(reader, arena, element);
+  Link(place, element);
+  reader.SkipBlanks();
+  const bool is_empty = reader.Accept('/');
+  if (is_empty) reader.SkipBlanks();
+  if (!reader.Accept('>')) return kTagNotClosed;
+  return is_empty ? kParsed : OpenElement(place);
+}
+
+// Reads a closing tag from behind its "/".
+Result ParseClosingTag(Reader& reader, Place& place) {
+  reader.SkipBlanks();
+  const std::string_view name = reader.ReadName();
+  if (name.empty()) return kEmptyName;
+  if (place.parent == nullptr) return kClosingTagMisplaced;
+  if (!xml_name::AreSame(name, place.parent->name, place.parent->name_length)) {
+    return kClosesAnotherElement;
+  }
+  reader.SkipBlanks();
+  if (!reader.Accept('>')) return kClosingTagMisplaced;
+  CloseElement(place);
+  return kParsed;
+}
+
+// Skips blanks, comments and document type declarations.
+void SkipBetweenTags(Reader& reader) {
+  for (;;) {
+    reader.SkipBlanks();
+    if (reader.IsAt("<!--")) {
+      reader.SkipFromTo("<!--", "-->");
+    } else if (reader.IsAt("<!DOC")) {
+      reader.SkipFromTo("<!DOC", ">");
+    } else {
+      return;
+    }
+  }
+}
+
+// Reads all elements. What is still open at the end of the text counts as closed.
+Result XML_Parse(XML_DOC* document, Reader& reader) {
+  Place place{.document = document};
+  for (;;) {
+    SkipBetweenTags(reader);
+    if (reader.Next() == '\0') return kParsed;
+    if (!reader.Accept('<')) return kTextBetweenTags;
+    reader.SkipBlanks();
+    const Result result =
+        reader.Accept('/') ? ParseClosingTag(reader, place) : ParseOpeningTag(reader, place);
+    if (result < 0) return result;
+  }
+}
+
+// ---- The file ----
+
+// Gives the whole text with a terminating zero and padding, for SYS_MEM_Free to release; null for an
+// empty file or without memory.
+char* ReadText(int32_t file) {
+  const int32_t size = SYS_FILE_GetSize(file);
+  if (size <= 0) return nullptr;
+  auto* const text =
+      static_cast<char*>(SYS_MEM_Alloc(static_cast<uint32_t>(size) + 1 + xml_bytes::kPadding));
+  if (text == nullptr) return nullptr;
+  SYS_FILE_Read(file, text, static_cast<uint32_t>(size));
+  // A read does not tell how much it got; where it left the file's position does.
+  const int32_t position = SYS_FILE_Seek(file, 0, 1);
+  memset(text + std::clamp(position, 0, size), 0, 1 + xml_bytes::kPadding);
+  return text;
+}
+
+bool ParseFile(const char* path, XML_DOC* document) {
+  const int32_t file = SYS_FILE_Open(path, SYS_FILE_FLAG_READ);
+  if (file < 0) return false;
+  char* const text = ReadText(file);
+  SYS_FILE_Close(file);
+  if (text == nullptr) return false;
+  Reader reader(text);
+  const Result result = XML_Parse(document, reader);
+  document->line_count = reader.line_count();
+  SYS_MEM_Free(text);
+  return result >= 0 && document->first_element != nullptr;
+}
+
+}  // namespace
+
+XML_DOC* XML_LoadFile(const char* path) {
+  if (path == nullptr) return nullptr;
+  XML_DOC* const document = xml_record::NewDocument();
+  if (document == nullptr) return nullptr;
+  if (!ParseFile(path, document)) {
+    XML_FreeDoc(document);
+    return nullptr;
+  }
+  return document;
+}

@@ -1,0 +1,78 @@
+// The records of a document, made in its arena. All of them give null without memory.
+#ifndef TARVEN_SETTINGS_XML_RECORD_H_
+#define TARVEN_SETTINGS_XML_RECORD_H_
+
+#include <cstring>
+#include <string_view>
+
+#include "settings/xml.h"
+#include "settings/xml_arena.h"
+#include "settings/xml_bytes.h"
+
+namespace xml_record {
+
+// An empty document with an arena of its own.
+XML_DOC* NewDocument();
+
+template <typename Record>
+Record* NewRecord(XML_ARENA* arena) {
+  return static_cast<Record*>(xml_arena::Carve(arena, sizeof(Record)));
+}
+
+template <typename CopyFunction>
+std::string_view CopyWith(CopyFunction copy_bytes, XML_ARENA* arena, std::string_view text) {
+  auto* const copy = static_cast<char*>(xml_arena::Carve(arena, text.size() + 1));
+  if (copy == nullptr) return {};
+  copy_bytes(copy, text.data(), text.size());
+  copy[text.size()] = '\0';
+  return {copy, text.size()};
+}
+
+// A copy with a terminating zero. Without memory its bytes are null.
+inline std::string_view CopyText(XML_ARENA* arena, std::string_view text) {
+  return CopyWith(memcpy, arena, text);
+}
+
+// CopyText of what stands in a padded text.
+inline std::string_view CopyPaddedText(XML_ARENA* arena, std::string_view text) {
+  return CopyWith(xml_bytes::Copy, arena, text);
+}
+
+// An element or attribute without links. The strings are copies already; when their bytes are null,
+// so is the result.
+inline XML_NODE* NewElement(XML_ARENA* arena, std::string_view name) {
+  if (name.data() == nullptr) return nullptr;
+  auto* const element = NewRecord<XML_NODE>(arena);
+  if (element == nullptr) return nullptr;
+  *element = {};
+  element->name = name.data();
+  element->name_length = static_cast<uint32_t>(name.size());
+  return element;
+}
+
+inline XML_ATTR* NewAttribute(XML_ARENA* arena, std::string_view name, std::string_view value) {
+  if (name.data() == nullptr || value.data() == nullptr) return nullptr;
+  auto* const attribute = NewRecord<XML_ATTR>(arena);
+  if (attribute == nullptr) return nullptr;
+  *attribute = {.name = name.data(),
+                .value = value.data(),
+                .name_length = static_cast<uint32_t>(name.size()),
+                .value_length = static_cast<uint32_t>(value.size()),
+                .prev = nullptr,
+                .next = nullptr};
+  return attribute;
+}
+
+// Makes an attribute the one behind the element's last, or its first when that is null.
+inline void Link(XML_NODE* element, XML_ATTR* last, XML_ATTR* attribute) {
+  attribute->prev = last;
+  if (last != nullptr) {
+    last->next = attribute;
+  } else {
+    element->first_attr = attribute;
+  }
+}
+
+}  // namespace xml_record
+
+#endif
