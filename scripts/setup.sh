@@ -36,9 +36,9 @@ setup_debian() {
     missing=
     for package in $(packages_for \
         "g++ cmake ninja-build libedit-dev" \
-        "libgtest-dev libgmock-dev python3 bash dash" \
+        "libgtest-dev libgmock-dev libxml2-utils python3 bash dash" \
         "clang clang-format clang-tidy binutils" \
-        "libbenchmark-dev" \
+        "libbenchmark-dev libglib2.0-dev libpugixml-dev pkg-config" \
         "libgtest-dev libgmock-dev python3 llvm lld $npm"); do
         case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
             "install ok installed") ;;
@@ -75,10 +75,10 @@ setup_macos() {
         exit 1
     fi
     if ! command -v brew >/dev/null; then
-        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm google-benchmark '')" >&2
+        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm 'google-benchmark glib pkg-config pugixml' '')" >&2
         exit 1
     fi
-    for formula in $(packages_for "cmake ninja" "googletest python3" llvm google-benchmark ""); do
+    for formula in $(packages_for "cmake ninja" "googletest python3" llvm "google-benchmark glib pkg-config pugixml" ""); do
         brew list --versions "$formula" >/dev/null || brew install "$formula"
     done
 }
@@ -97,7 +97,7 @@ else
 This script knows Debian's apt and Homebrew; on this system please install by hand:
   a C++20 compiler (GCC 12, Clang 14 or newer), CMake 3.25 or newer, Ninja,
   the editline library with its headers (often called libedit-dev),
-  and for the tests GoogleTest with GoogleMock, Python 3, bash and dash.
+  and for the tests GoogleTest with GoogleMock, xmllint, Python 3, bash and dash.
 Not found now:${missing_tools}
 TEXT
         exit 1

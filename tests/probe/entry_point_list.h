@@ -28,8 +28,8 @@ inline std::vector<uintptr_t> PatternsFor(const EntryPoint& entry_point, int rou
   const auto index = static_cast<uintptr_t>(&entry_point - kEntryPoints);
   std::vector<uintptr_t> patterns;
   for (int i = 0; i < entry_point.argument_count; ++i) {
-    const uintptr_t lower = index << 16 | static_cast<uintptr_t>(i + 1) << 8 |
-                            static_cast<uintptr_t>(round + 1);
+    const uintptr_t lower =
+        index << 16 | static_cast<uintptr_t>(i + 1) << 8 | static_cast<uintptr_t>(round + 1);
     patterns.push_back((~lower & 0xFFFFFFFF) << 32 | lower);
   }
   return patterns;

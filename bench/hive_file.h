@@ -1,0 +1,55 @@
+// Files like those of the settings store, made for the benchmarks.
+#ifndef TARVEN_BENCH_HIVE_FILE_H_
+#define TARVEN_BENCH_HIVE_FILE_H_
+
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace bench {
+
+// Keys of twenty values each, as the store writes them, of at least so many bytes altogether.
+inline std::string HiveText(size_t size) {
+  std::string text = "<Registry>\r\n";
+  for (int key = 0; text.size() < size; ++key) {
+    text += "  <Software" + std::to_string(key);
+    for (int value = 0; value < 20 && text.size() < size; ++value) {
+      const std::string name = "Value" + std::to_string(value);
+      const bool is_number = value % 2 == 0;
+      text += " " + name + "=\"" + (is_number ? "0x0000BEEF" : "some text of a setting") + "\" " +
+              name + "_TARVENRegType=\"" + (is_number ? "SYS_REG_TYPE_DWORD" : "SYS_REG_TYPE_SZ") +
+              "\"";
+    }
+    text += "/>\r\n";
+  }
+  return text + "</Registry>\r\n";
+}
+
+// A folder of the benchmark's own, removed at the end.
+class Folder {
+ public:
+  Folder() {
+    std::string name = std::filesystem::temp_directory_path() / "bench.XXXXXX";
+    path_ = mkdtemp(name.data());
+  }
+  ~Folder() { std::filesystem::remove_all(path_); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  std::string Store(const std::string& relative, const std::string& content) const {
+    const std::filesystem::path place = path_ / relative;
+    std::filesystem::create_directories(place.parent_path());
+    std::ofstream(place, std::ios::binary) << content;
+    return place;
+  }
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace bench
+
+#endif
