@@ -393,7 +393,7 @@ class StringCollector {
     UTIL_CopyString(data_ + position_, attribute->value, Room());
     total_ += length;
     remaining_ -= std::min(length, remaining_);
-    if (remaining_ != 0) position_ += std::min(length + 1, capacity_ - position_);
+    position_ += std::min(length + 1, Room());
   }
 
   // Ends the strings. Returns the size that is told to the caller.
@@ -404,7 +404,7 @@ class StringCollector {
   }
 
  private:
-  uint32_t Room() const { return std::min(remaining_, capacity_ - position_); }
+  uint32_t Room() const { return capacity_ - position_; }
 
   char* data_;
   uint32_t capacity_;

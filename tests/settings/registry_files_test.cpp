@@ -416,6 +416,22 @@ TEST_F(SysRegFile, SurvivesEveryAllocationThatFails) {
   }
 }
 
+TEST_F(SysRegFile, GetsNoKeyWithoutMemoryAndLosesNone) {
+  // Nearly all of what a document takes at once.
+  EXPECT_EQ(Key().SetString("N", std::string(0x3FF000, 'v')), 0);
+  SYS_REG_HANDLE key = nullptr;
+  int made = 0;
+  do {
+    // The first allocation is the handle; the second comes when the document needs more memory.
+    const FailingAllocation failing(2);
+    key = SYS_REG_OpenKey(HKEY_CURRENT_USER, ("K" + std::to_string(made++)).c_str());
+    SYS_REG_CloseKey(key);
+  } while (key != nullptr && made < 1000);
+  EXPECT_EQ(key, nullptr);
+  EXPECT_GT(made, 2);
+  EXPECT_NE(Key(("K" + std::to_string(made)).c_str()).handle(), nullptr);
+}
+
 TEST_F(SysRegFile, CannotBeHadWithoutMemoryForWritingItsText) {
   const auto query = [] {
     return SYS_REG_QueryValue(HKEY_CURRENT_USER, "N", nullptr, nullptr, nullptr);

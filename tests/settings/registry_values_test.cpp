@@ -478,6 +478,16 @@ TEST_F(SysRegQueryValue, TellsSizeAndResultOfAMultiSzAtEveryCapacityAndStoresNot
   }
 }
 
+TEST_F(SysRegQueryValue, LeavesAStringThatFillsTheCapacityWhenMoreFollow) {
+  const Key key;
+  EXPECT_EQ(key.SetStrings("N", "abc\0z\0\0"s), 0);
+  GuardedBuffer data(3);
+  uint32_t size = 3;
+  EXPECT_EQ(SYS_REG_QueryValue(key.handle(), "N", nullptr, data.data(), &size), 234);
+  EXPECT_EQ(size, 4U);
+  EXPECT_EQ(std::string(data.data(), 3), "ab\0"s);
+}
+
 TEST_F(SysRegQueryValue, NeverStoresBehindTheCapacityHoweverManyStringsThereAre) {
   const Key key;
   std::string strings;
