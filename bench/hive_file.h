@@ -3,10 +3,11 @@
 #define TARVEN_BENCH_HIVE_FILE_H_
 
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include "tests/support/temporary_folder.h"
 
 namespace bench {
 
@@ -27,28 +28,14 @@ inline std::string HiveText(size_t size) {
   return text + "</Registry>\r\n";
 }
 
-// A folder of the benchmark's own, removed at the end.
-class Folder {
- public:
-  Folder() {
-    std::string name = std::filesystem::temp_directory_path() / "bench.XXXXXX";
-    path_ = mkdtemp(name.data());
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::string Store(const std::string& relative, const std::string& content) const {
-    const std::filesystem::path place = path_ / relative;
-    std::filesystem::create_directories(place.parent_path());
-    std::ofstream(place, std::ios::binary) << content;
-    return place;
-  }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+// Stores a file in the folder and returns its path.
+inline std::string Store(const support::TemporaryFolder& folder, const std::string& relative,
+                         const std::string& content) {
+  const std::filesystem::path place = folder.path() / relative;
+  std::filesystem::create_directories(place.parent_path());
+  std::ofstream(place, std::ios::binary) << content;
+  return place;
+}
 
 }  // namespace bench
 

@@ -23,15 +23,15 @@ void EachSize(benchmark::internal::Benchmark* benchmark) {
 // ---- Loading a file ----
 
 void LoadFile(benchmark::State& state) {
-  const bench::Folder folder;
-  const std::string path = folder.Store("hive.xml", TextOf(state));
+  const support::TemporaryFolder folder;
+  const std::string path = bench::Store(folder, "hive.xml", TextOf(state));
   for (auto _ : state) XML_FreeDoc(XML_LoadFile(path.c_str()));
 }
 BENCHMARK(LoadFile)->Apply(EachSize);
 
 void LoadFilePugixml(benchmark::State& state) {
-  const bench::Folder folder;
-  const std::string path = folder.Store("hive.xml", TextOf(state));
+  const support::TemporaryFolder folder;
+  const std::string path = bench::Store(folder, "hive.xml", TextOf(state));
   for (auto _ : state) {
     pugi::xml_document document;
     benchmark::DoNotOptimize(document.load_file(path.c_str(), pugi::parse_minimal));
@@ -42,8 +42,8 @@ BENCHMARK(LoadFilePugixml)->Apply(EachSize);
 // ---- Writing to memory ----
 
 void ToText(benchmark::State& state) {
-  const bench::Folder folder;
-  XML_DOC* const document = XML_LoadFile(folder.Store("hive.xml", TextOf(state)).c_str());
+  const support::TemporaryFolder folder;
+  XML_DOC* const document = XML_LoadFile(bench::Store(folder, "hive.xml", TextOf(state)).c_str());
   std::string text(0x100000, ' ');
   for (auto _ : state) {
     const int32_t length = XML_ToText(document, text.data(), static_cast<uint32_t>(text.size()));
@@ -66,9 +66,9 @@ class TextWriter : public pugi::xml_writer {
 };
 
 void ToTextPugixml(benchmark::State& state) {
-  const bench::Folder folder;
+  const support::TemporaryFolder folder;
   pugi::xml_document document;
-  document.load_file(folder.Store("hive.xml", TextOf(state)).c_str(), pugi::parse_minimal);
+  document.load_file(bench::Store(folder, "hive.xml", TextOf(state)).c_str(), pugi::parse_minimal);
   std::string text;
   text.reserve(0x200000);
   for (auto _ : state) {

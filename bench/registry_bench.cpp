@@ -22,8 +22,9 @@ std::string OneKey() {
 }
 
 void QueryDword(benchmark::State& state) {
-  const bench::Folder folder;
-  folder.Store("Library/Application Support/TARVEN/TARVEN_REG_HKEY_CURRENT_USER.xml", OneKey());
+  const support::TemporaryFolder folder;
+  bench::Store(folder, "Library/Application Support/TARVEN/TARVEN_REG_HKEY_CURRENT_USER.xml",
+               OneKey());
   setenv("HOME", folder.path().c_str(), 1);
   SYS_REG_HANDLE key = SYS_REG_OpenKey(HKEY_CURRENT_USER, "Software0");
   for (auto _ : state) {

@@ -24,6 +24,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/pseudo_terminal.h"
 #include "tests/support/stream_reader.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tools/server_run.h"
 
 namespace client_test {
@@ -80,29 +81,20 @@ support::ChildOptions Streams(int input, int output, int error) {
   return options;
 }
 
-// A folder of its own, with a blank in its name, that goes with the object.
+// A folder of its own, with a blank in its name.
 class Folder {
  public:
-  Folder() {
-    std::string name = std::filesystem::temp_directory_path() / "vqx test XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) abort();
-    path_ = name;
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::string path() const { return path_; }
+  std::string path() const { return folder_.path(); }
 
   // Copies the wrapper here and returns its path.
   std::string AddWrapper() const {
-    std::filesystem::copy_file(VQX_PATH, path_ / "vqx");
-    return path_ / "vqx";
+    std::filesystem::copy_file(VQX_PATH, folder_.path() / "vqx");
+    return folder_.path() / "vqx";
   }
 
   // Puts a shell script in the client's place.
   void AddClient(const std::string& script) const {
-    const std::filesystem::path client = path_ / "vqxclient";
+    const std::filesystem::path client = folder_.path() / "vqxclient";
     std::ofstream(client) << "#!/bin/sh\n" << script;
     std::filesystem::permissions(client, std::filesystem::perms::owner_all);
   }
@@ -113,7 +105,7 @@ class Folder {
   }
 
  private:
-  std::filesystem::path path_;
+  const support::TemporaryFolder folder_{"vqx test"};
 };
 
 // A run of the wrapper on a terminal that it controls, as a person's shell would start it.

@@ -46,7 +46,7 @@ class ProbeEntryPoints : public testing::Test {
                             "symbol=" + name + ";  lookup in file=" + file);
   }
 
-  const probe_test::TemporaryFolder folder_;
+  const support::TemporaryFolder folder_;
   const fs::path program_ = Folder() / "caller";
   support::ChildOptions options_{
       .environment = {"PROBE_LIBRARY_LOG=" + (Folder() / "calls.txt").native()}};

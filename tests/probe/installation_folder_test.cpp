@@ -41,7 +41,7 @@ class ProbelibInstallationFolder : public testing::Test {
     return probe_test::Run(arguments);
   }
 
-  const probe_test::TemporaryFolder folder_;
+  const support::TemporaryFolder folder_;
   const fs::path program_ = Place(PROBE_CALLER_PATH, folder_.path() / "caller");
   // The outermost folder that this test made.
   fs::path made_;

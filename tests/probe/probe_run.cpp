@@ -1,7 +1,6 @@
 #include "tests/probe/probe_run.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -12,14 +11,6 @@
 namespace probe_test {
 
 namespace fs = std::filesystem;
-
-TemporaryFolder::TemporaryFolder() {
-  std::string name = fs::temp_directory_path() / "probe.XXXXXX";
-  if (mkdtemp(name.data()) == nullptr) abort();
-  path_ = fs::canonical(name);
-}
-
-TemporaryFolder::~TemporaryFolder() { fs::remove_all(path_); }
 
 fs::path Place(const fs::path& file, const fs::path& place) {
   fs::create_directories(place.parent_path());

@@ -8,26 +8,13 @@
 #include <vector>
 
 #include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
 
 namespace probe_test {
 
 inline constexpr char kLibraryName[] = "libmboltarm.dylib";
 inline constexpr char kCannotOpen[] = "Could not open M-Bolt shared library.\n";
 inline constexpr char kCannotOpenExiting[] = "Could not open M-Bolt shared library. Exiting now.\n";
-
-// A fresh folder, removed with everything in it at the end.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 // Copies a file, makes the folders that its new place needs, and returns that place.
 std::filesystem::path Place(const std::filesystem::path& file, const std::filesystem::path& place);

@@ -74,7 +74,7 @@ class ProbelibLoad : public testing::Test {
     return path;
   }
 
-  const probe_test::TemporaryFolder folder_;
+  const support::TemporaryFolder folder_;
   const fs::path program_ = Folder() / "program/one/two/three/caller";
   const fs::path module_ = Folder() / "module/one/two/three/name";
   // In the order in which they are tried.

@@ -1,18 +1,15 @@
 #include "tests/support/temporary_home.h"
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
 
 namespace support {
 
-TemporaryHome::TemporaryHome() : path_(testing::TempDir() + "home_XXXXXX") {
-  if (mkdtemp(path_.data()) == nullptr) abort();
+TemporaryHome::TemporaryHome() {
   if (const char* const home = getenv("HOME")) previous_home_ = home;
-  setenv("HOME", path_.c_str(), 1);
+  setenv("HOME", path().c_str(), 1);
 }
 
 TemporaryHome::~TemporaryHome() {
@@ -23,12 +20,10 @@ TemporaryHome::~TemporaryHome() {
   }
   std::error_code error;
   std::filesystem::current_path(previous_working_directory_, error);
-  std::filesystem::remove_all(path_, error);
-  EXPECT_FALSE(error) << path_ << " stays: " << error.message();
 }
 
 std::string TemporaryHome::At(std::string_view relative) const {
-  return path_ + "/" + std::string(relative);
+  return path() + "/" + std::string(relative);
 }
 
 std::string TemporaryHome::Write(std::string_view relative, std::string_view content) const {

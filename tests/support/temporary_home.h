@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "tests/support/temporary_folder.h"
+
 namespace support {
 
 // A fresh and empty directory that HOME names while the object lives. At the end it goes with all
@@ -19,7 +21,7 @@ class TemporaryHome {
   TemporaryHome& operator=(const TemporaryHome&) = delete;
 
   // Without a "/" at its end.
-  const std::string& path() const { return path_; }
+  const std::string& path() const { return folder_.path().native(); }
 
   // The path of something in it.
   std::string At(std::string_view relative) const;
@@ -29,7 +31,7 @@ class TemporaryHome {
   std::string Read(std::string_view relative) const;
 
  private:
-  std::string path_;
+  TemporaryFolder folder_{"home"};
   std::optional<std::string> previous_home_;
   std::filesystem::path previous_working_directory_ = std::filesystem::current_path();
 };

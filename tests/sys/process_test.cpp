@@ -29,6 +29,7 @@
 #include "tests/support/open_descriptors.h"
 #include "tests/support/replaced_descriptor.h"
 #include "tests/support/stream_reader.h"
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -235,15 +236,7 @@ TEST(SysGetRandomBytes, GivesTheResultOfClosing) {
 // A folder for the report of the program that was started.
 class SysStartProcess : public testing::Test {
  protected:
-  SysStartProcess() {
-    EXPECT_NE(mkdtemp(folder_.data()), nullptr);
-    report_path_ = folder_ + "/report";
-    setenv("PROCESS_TEST_REPORT", report_path_.c_str(), 1);
-  }
-  ~SysStartProcess() override {
-    unlink(report_path_.c_str());
-    rmdir(folder_.c_str());
-  }
+  SysStartProcess() { setenv("PROCESS_TEST_REPORT", report_path_.c_str(), 1); }
 
   // Waits for the program's end and returns the lines it wrote. That this can be done at all shows
   // that nobody else has waited for it.
@@ -258,8 +251,8 @@ class SysStartProcess : public testing::Test {
     return lines;
   }
 
-  std::string folder_ = testing::TempDir() + "start_process_XXXXXX";
-  std::string report_path_;
+  const support::TemporaryFolder folder_;
+  const std::string report_path_ = folder_.path() / "report";
 };
 
 TEST_F(SysStartProcess, ProgramGetsThePathAloneNoDescriptorAndTheEnvironment) {
@@ -295,7 +288,7 @@ TEST_F(SysStartProcess, FirstArgumentIsNotRead) {
 }
 
 TEST_F(SysStartProcess, PathThatDoesNotExistGivesAnError) {
-  EXPECT_NE(SYS_StartProcess(nullptr, (folder_ + "/missing").c_str()), 0);
+  EXPECT_NE(SYS_StartProcess(nullptr, (folder_.path() / "missing").c_str()), 0);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child was left";
 }
 
