@@ -13,7 +13,7 @@
 
 #include "sys/calendar.h"
 #include "sys/clock.h"
-#include "sys/path_folder.h"
+#include "sys/path_access.h"
 #include "sys/paths.h"
 #include "util/text.h"
 
@@ -106,7 +106,7 @@ int32_t SYS_FILE_OpenEx(const char* path, uint32_t flags) {
     if (!ExpandHome(path, expanded)) return -1;
     path = expanded;
   }
-  if ((flags & SYS_FILE_FLAG_CREATE) != 0 && !path_folder::Make(path)) return -1;
+  if ((flags & SYS_FILE_FLAG_CREATE) != 0 && !path_access::MakeFolder(path)) return -1;
   return SYS_FILE_Open(path, flags);
 }
 
@@ -149,12 +149,7 @@ int32_t SYS_FILE_Delete(const char* path) {
   return 0;
 }
 
-int32_t SYS_FILE_Exists(const char* path) {
-  const int32_t handle = SYS_FILE_Open(path, SYS_FILE_FLAG_READ);
-  if (handle < 0) return 0;
-  SYS_FILE_Close(handle);
-  return 1;
-}
+int32_t SYS_FILE_Exists(const char* path) { return path_access::CanBeRead(path) ? 1 : 0; }
 
 int32_t SYS_FILE_IsReadOnly(const char* path) {
   constexpr mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;

@@ -13,9 +13,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "sys/files.h"
 #include "sys/memory.h"
-#include "sys/path_folder.h"
+#include "sys/path_access.h"
 #include "sys/platform/platform.h"
 #include "util/format.h"
 #include "util/text.h"
@@ -87,7 +86,7 @@ void StoreIfItFits(const char* text, char* output, uint32_t capacity) {
 
 // Of something that is there, only its folder.
 size_t LengthOfBase(const char* base) {
-  if (SYS_FILE_Exists(base) == 0) return strlen(base);
+  if (!path_access::CanBeRead(base)) return strlen(base);
   const char* const slash = strrchr(base, '/');
   return slash != nullptr ? static_cast<size_t>(slash + 1 - base) : 0;
 }
@@ -103,7 +102,7 @@ std::atomic<int32_t> nesting = 0;
 int32_t MakeDirectory(const char* path) {
   struct stat status {};
   if (stat(path, &status) == 0) return S_ISDIR(status.st_mode) ? 0 : -1;
-  if (errno != ENOENT || !path_folder::Make(path)) return -1;
+  if (errno != ENOENT || !path_access::MakeFolder(path)) return -1;
   return mkdir(path, 0777);
 }
 
@@ -112,11 +111,10 @@ bool CanMakeFilesIn(const char* folder) {
   char path[1024 + sizeof "/TARVENXXXXXX"];
   UTIL_snprintf(path, sizeof path, "%s/TARVENXXXXXX", folder);
   [[maybe_unused]] const int kept_open = mkostemp(path, O_CLOEXEC);
-  const int32_t handle =
-      SYS_FILE_Open(path, SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE | SYS_FILE_FLAG_TRUNCATE);
-  if (handle < 0) return false;
-  SYS_FILE_Close(handle);
-  SYS_FILE_Delete(path);
+  const int descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (descriptor < 0) return false;
+  close(descriptor);
+  unlink(path);
   return true;
 }
 
@@ -157,7 +155,15 @@ void LookUpInstalled(ModulePath& name) {
 
 }  // namespace
 
-bool path_folder::Make(const char* path) {
+bool path_access::CanBeRead(const char* path) {
+  if (path == nullptr) return false;
+  const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) return false;
+  close(descriptor);
+  return true;
+}
+
+bool path_access::MakeFolder(const char* path) {
   char directory[SYS_PATH_CAPACITY] = "";
   char name[SYS_PATH_CAPACITY] = "";
   SYS_SplitPath(path, nullptr, 0, directory, sizeof directory, name, sizeof name, nullptr, 0);
@@ -223,7 +229,7 @@ int32_t SYS_DirOfPathExists(const char* path) {
   char directory[SYS_PATH_CAPACITY] = "";
   SYS_SplitPath(path, nullptr, 0, directory, sizeof directory, nullptr, 0, nullptr, 0);
   if (EndsInSlash(directory)) directory[strlen(directory) - 1] = '\0';
-  return SYS_FILE_Exists(directory);
+  return path_access::CanBeRead(directory) ? 1 : 0;
 }
 
 int32_t SYS_CreateDirRecursive(const char* path) {
