@@ -326,7 +326,7 @@ TEST_F(SysRegFile, IsTriedFourTimesFiveMillisecondsApartWhenItCannotBeWritten) {
 
 TEST_F(SysRegFile, LockedAwayIsLeftAsItIs) {
   PutFile(FileWithN("1"));
-  const auto as_another_user = [this] {
+  const auto as_another_user = [] {
     if (setuid(65534) != 0) return 77;
     const bool works = Works();
     SYS_REG_Flush();
@@ -437,7 +437,7 @@ TEST_F(SysRegFile, CannotBeHadWithoutMemoryForWritingItsText) {
     return SYS_REG_QueryValue(HKEY_CURRENT_USER, "N", nullptr, nullptr, nullptr);
   };
   // Two allocations read the file; the text is written with the two behind them.
-  for (const uint32_t nth : {3, 4}) {
+  for (const uint32_t nth : {3U, 4U}) {
     SCOPED_TRACE(nth);
     {
       const FailingAllocation failing(nth);
