@@ -491,7 +491,7 @@ TEST_F(SysRegQueryValue, LeavesAStringThatFillsTheCapacityWhenMoreFollow) {
 TEST_F(SysRegQueryValue, NeverStoresBehindTheCapacityHoweverManyStringsThereAre) {
   const Key key;
   std::string strings;
-  for (int i = 0; i < 40; ++i) strings += std::string(1 + i % 3, 'a') + '\0';
+  for (int i = 0; i < 40; ++i) strings += std::string(1 + static_cast<size_t>(i % 3), 'a') + '\0';
   strings += '\0';
   EXPECT_EQ(key.SetStrings("N", strings), 0);
   // 14 of one, 13 of two and 13 of three characters, and a final terminator.
