@@ -1,6 +1,7 @@
 #include "tests/support/temporary_folder.h"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
