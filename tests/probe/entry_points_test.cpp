@@ -21,35 +21,46 @@ using probe_test::Result;
 
 class ProbeEntryPoints : public testing::Test {
  protected:
-  ProbeEntryPoints() { Place(PROBE_CALLER_PATH, program_); }
+  ProbeEntryPoints() { Place(PROBE_CALLER_PATH, Folder() / "caller"); }
 
   fs::path Folder() const { return folder_.path(); }
   void PutLibrary(const fs::path& library) const { Place(library, Folder() / kLibraryName); }
 
-  Result Run(std::vector<std::string> commands) const {
-    commands.insert(commands.begin(), program_);
-    return probe_test::Run(commands, options_);
+  // Runs a program of this folder, with more variables in its environment.
+  Result RunHere(std::vector<std::string> arguments,
+                 const std::vector<std::string>& environment = {}) const {
+    arguments[0] = Folder() / arguments[0];
+    support::ChildOptions options{.environment = environment};
+    options.environment.push_back("PROBE_LIBRARY_LOG=" + (Folder() / "calls.txt").native());
+    return probe_test::Run(arguments, options);
+  }
+  Result Run(std::vector<std::string> commands,
+             const std::vector<std::string>& environment = {}) const {
+    commands.insert(commands.begin(), "caller");
+    return RunHere(commands, environment);
   }
 
   // The calls that reached the library, a line each.
   std::string Calls() const { return ReadFile(Folder() / "calls.txt"); }
 
-  // Lets the dynamic loader write down which symbols it looks up.
-  void WatchLookups() {
-    options_.environment.push_back("LD_DEBUG=symbols");
-    options_.environment.push_back("LD_DEBUG_OUTPUT=" + (Folder() / "lookups").native());
+  // Runs commands and returns how often they looked a function up in the library, in addition to
+  // what opening the library alone looks up.
+  size_t LookupsOf(const std::string& name, const std::vector<std::string>& commands) const {
+    return LookupsIn("commands", name, commands) - LookupsIn("open", name, {"open"});
   }
-  // How often a function was looked up in the library.
-  size_t LookupsOf(const std::string& name) const {
-    const std::string file = Folder() / kLibraryName;
-    return support::CountOf(probe_test::ReadFilesNamed(Folder(), "lookups"),
-                            "symbol=" + name + ";  lookup in file=" + file);
+
+ private:
+  // The dynamic loader writes down what it looks up.
+  size_t LookupsIn(const std::string& log, const std::string& name,
+                   const std::vector<std::string>& commands) const {
+    const fs::path file = Folder() / (log + " " + name);
+    Run(commands, {"LD_DEBUG=symbols", "LD_DEBUG_OUTPUT=" + file.native()});
+    const std::string library = Folder() / kLibraryName;
+    return support::CountOf(probe_test::ReadFilesNamed(Folder(), file.filename()),
+                            "symbol=" + name + ";  lookup in file=" + library);
   }
 
   const support::TemporaryFolder folder_;
-  const fs::path program_ = Folder() / "caller";
-  support::ChildOptions options_{
-      .environment = {"PROBE_LIBRARY_LOG=" + (Folder() / "calls.txt").native()}};
 };
 
 // ---- Bound calls ----
@@ -64,12 +75,11 @@ TEST_F(ProbeEntryPoints, OpenTheLibraryAtTheFirstCallAndReturnItsValue) {
 
 TEST_F(ProbeEntryPoints, LookTheirNameUpOnce) {
   PutLibrary(PROBE_LIBRARY_PATH);
-  WatchLookups();
-  Run({"call", "MBOLTARM_Clock", "call", "MBOLTARM_Clock", "call", "MBOLT_Clock", "call",
-       "MBOLTARM_Clock"});
-  EXPECT_EQ(LookupsOf("MBOLTARM_Clock"), 1U);
-  EXPECT_EQ(LookupsOf("MBOLT_Clock"), 1U);
-  EXPECT_EQ(LookupsOf("MBOLT_Open"), 0U);
+  const std::vector<std::string> calls = {"call", "MBOLTARM_Clock", "call", "MBOLTARM_Clock",
+                                          "call", "MBOLT_Clock",    "call", "MBOLTARM_Clock"};
+  EXPECT_EQ(LookupsOf("MBOLTARM_Clock", calls), 1U);
+  EXPECT_EQ(LookupsOf("MBOLT_Clock", calls), 1U);
+  EXPECT_EQ(LookupsOf("MBOLT_Open", calls), 0U);
 }
 
 TEST_F(ProbeEntryPoints, UseALibraryThatWasOpenedBefore) {
@@ -174,15 +184,14 @@ TEST_F(ProbeEntryPoints, CloseTheLibraryBeforeTheySayWhatItLacks) {
 
 TEST_F(ProbeEntryPoints, GiveZeroForANullSymbolAndLookItUpAtEveryCall) {
   PutLibrary(LIBRARY_WITH_NULL_LOCK_PATH);
-  WatchLookups();
-  EXPECT_EQ(
-      Run({"call", "MBOLT_Lock", "call", "MBOLT_Open", "call", "MBOLT_Lock", "call", "MBOLT_Lock"}),
-      (Result{"MBOLT_Lock: 0x0\nMBOLT_Open: 0xee4aa131b9dbd4cc\nMBOLT_Lock: 0x0\n"
-              "MBOLT_Lock: 0x0\n",
-              0}));
-  EXPECT_EQ(LookupsOf("MBOLT_Lock"), 3U);
-  EXPECT_EQ(LookupsOf("MBOLT_Open"), 1U);
+  const std::vector<std::string> calls = {"call", "MBOLT_Lock", "call", "MBOLT_Open",
+                                          "call", "MBOLT_Lock", "call", "MBOLT_Lock"};
+  EXPECT_EQ(Run(calls), (Result{"MBOLT_Lock: 0x0\nMBOLT_Open: 0xee4aa131b9dbd4cc\n"
+                                "MBOLT_Lock: 0x0\nMBOLT_Lock: 0x0\n",
+                                0}));
   EXPECT_EQ(Calls(), "MBOLT_Open()\n");
+  EXPECT_EQ(LookupsOf("MBOLT_Lock", calls), 3U);
+  EXPECT_EQ(LookupsOf("MBOLT_Open", calls), 1U);
 }
 
 // ---- Threads ----
@@ -208,11 +217,10 @@ TEST_F(ProbeEntryPoints, AllPassThroughTheModule) {
 
 TEST_F(ProbeEntryPoints, AreThereForCodeThatTheClientLoads) {
   PutLibrary(PROBE_LIBRARY_PATH);
-  const fs::path client = Place(VQXCLIENT_PATH, Folder() / "client");
-  options_.environment.push_back(std::string("LD_PRELOAD=") + PRELOADED_PATH);
+  Place(VQXCLIENT_PATH, Folder() / "client");
   // The sanitizer would be first to load otherwise, and insists on it.
-  options_.environment.push_back("ASAN_OPTIONS=verify_asan_link_order=0");
-  EXPECT_EQ(probe_test::Run({client}, options_),
+  EXPECT_EQ(RunHere({"client"}, {std::string("LD_PRELOAD=") + PRELOADED_PATH,
+                                 "ASAN_OPTIONS=verify_asan_link_order=0"}),
             (Result{"0x26ba3072011ee2bd 0xab35cd26397274ea\n", 5}));
   EXPECT_EQ(Calls(), "MBOLT_ReadMemU32(0x20000000, 0x4, 0x1234, 0x0)\nMBOLTARM_Clock()\n");
 }
