@@ -15,6 +15,7 @@ extern "C" {
 
 /* ---- Loads ---- */
 
+/* Return the number of the named width that stands at an address, in the named order. */
 uint8_t UTIL_Load8(const void* address);
 uint16_t UTIL_Load16BE(const void* address);
 uint16_t UTIL_Load16LE(const void* address);
@@ -32,6 +33,7 @@ uint64_t UTIL_Load64(const void* address, int32_t is_big_endian);
 
 /* ---- Stores ---- */
 
+/* Store a number of the named width at an address, in the named order. */
 void UTIL_Store16BE(void* address, uint16_t value);
 void UTIL_Store16LE(void* address, uint16_t value);
 void UTIL_Store32BE(void* address, uint32_t value);
