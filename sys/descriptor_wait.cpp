@@ -66,9 +66,9 @@ int32_t descriptor_wait::ForWriting(int32_t descriptor, timeval timeout) {
   return Wait(descriptor, Readiness::kWriting, timeout);
 }
 
-timeval descriptor_wait::FromMilliseconds(int32_t milliseconds) {
+timeval descriptor_wait::FromMilliseconds(int64_t milliseconds) {
   timeval time{};
   time.tv_sec = milliseconds / 1000;
-  time.tv_usec = decltype(time.tv_usec){milliseconds % 1000} * 1000;
+  time.tv_usec = static_cast<decltype(time.tv_usec)>(milliseconds % 1000 * 1000);
   return time;
 }

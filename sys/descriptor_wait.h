@@ -18,7 +18,7 @@ int32_t ForReading(int32_t descriptor, timeval timeout);
 int32_t ForWriting(int32_t descriptor, timeval timeout);
 
 // Whole seconds and the rest in microseconds; a negative time gives negative parts.
-timeval FromMilliseconds(int32_t milliseconds);
+timeval FromMilliseconds(int64_t milliseconds);
 
 }  // namespace descriptor_wait
 

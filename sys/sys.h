@@ -8,6 +8,7 @@
 #include "memory.h"
 #include "paths.h"
 #include "process.h"
+#include "serial.h"
 #include "socket_services.h"
 #include "sockets.h"
 #include "threads.h"

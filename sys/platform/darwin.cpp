@@ -1,9 +1,12 @@
-// What platform.h asks for, on macOS; IOKit's share stands in darwin_iokit.cpp.
+// What platform.h asks for, on macOS; IOKit's functions stand in darwin_iokit.cpp.
+#include <IOKit/serial/ioss.h>
 #include <libproc.h>
 #include <mach/mach_time.h>
 #include <spawn.h>
 #include <string.h>
+#include <sys/ioctl.h>
 #include <sys/sysctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -69,4 +72,11 @@ int platform::StartProcess(const char* path) {
   result |= posix_spawn(nullptr, path, nullptr, &attributes, arguments, environ);
   result |= posix_spawnattr_destroy(&attributes);
   return result;
+}
+
+// The driver reads all eight bytes of a speed_t. Nothing but the driver knows the request: a
+// pseudo-terminal refuses it.
+int platform::SetSerialSpeed(int descriptor, uint32_t speed) {
+  speed_t driver_speed = speed;
+  return ioctl(descriptor, IOSSIOSPEED, &driver_speed);
 }

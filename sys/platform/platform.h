@@ -67,7 +67,12 @@ void ReleaseIdleSleepAssertion(uint32_t assertion);
 
 // ---- Serial ports ----
 
-// Gets the path of one device, such as "/dev/cu.usbmodem1"; path is valid during the call alone.
+// Sets the speed of a serial device, in both directions, to any number of baud that its driver
+// takes, and changes no other setting. Returns 0, or -1.
+int SetSerialSpeed(int descriptor, uint32_t speed);
+
+// Gets the path of one device, such as "/dev/cu.usbmodem1", which begins with "/dev/" in upper or
+// lower case; path is valid during the call alone.
 using SerialDeviceVisitor = void (*)(void* context, const char* path);
 
 // Calls visit for every USB serial device there is, in the system's order. A system that cannot

@@ -1,6 +1,7 @@
 // What the macOS half takes for granted of the system it was never run on: sizes, offsets and
 // values, as the system's headers have them on x86-64. Compiled with every cross build and never
 // run.
+#include <IOKit/serial/ioss.h>
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -32,10 +33,11 @@ static_assert(IXON == 0x200 && IXOFF == 0x400 && IXANY == 0x800 && IMAXBEL == 0x
 static_assert(CSIZE == 0x300 && CS8 == 0x300 && CSTOPB == 0x400 && CREAD == 0x800);
 static_assert(PARENB == 0x1000 && PARODD == 0x2000 && HUPCL == 0x4000 && CLOCAL == 0x8000);
 static_assert(CCTS_OFLOW == 0x10000 && CRTS_IFLOW == 0x20000);
+static_assert(CRTSCTS == (CCTS_OFLOW | CRTS_IFLOW));
 static_assert(TCSANOW == 0 && TCIOFLUSH == 3 && B9600 == 9600 && B115200 == 115200);
 static_assert(FIONREAD == 0x4004667f && FIONBIO == 0x8004667e && TIOCEXCL == 0x2000740d);
-// IOSSIOSPEED of <IOKit/serial/ioss.h>: the driver reads all eight bytes of a speed_t.
-static_assert(_IOW('T', 2, speed_t) == 0x80085402);
+// The driver reads all eight bytes of a speed_t.
+static_assert(IOSSIOSPEED == 0x80085402);
 
 // ---- Sockets ----
 

@@ -317,7 +317,7 @@ TEST(DescriptorWaitFailure, SignalGivesMinusOne) {
 
 TEST(DescriptorWaitFromMilliseconds, GivesSecondsAndTheRestInMicroseconds) {
   const struct {
-    int32_t milliseconds;
+    int64_t milliseconds;
     int64_t seconds, microseconds;
   } cases[] = {
       {0, 0, 0},
@@ -326,6 +326,7 @@ TEST(DescriptorWaitFromMilliseconds, GivesSecondsAndTheRestInMicroseconds) {
       {1000, 1, 0},
       {1500, 1, 500'000},
       {INT32_MAX, 2'147'483, 647'000},
+      {UINT32_MAX, 4'294'967, 295'000},
       {-1, 0, -1'000},
       {-1000, -1, 0},
       {-1500, -1, -500'000},
