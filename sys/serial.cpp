@@ -30,9 +30,9 @@ constexpr ModeChange kInputModes = {
     IGNPAR | PARMRK | INPCK | ISTRIP | INLCR | IGNCR | ICRNL | IXON | IXOFF | IMAXBEL, IGNBRK};
 constexpr ModeChange kOutputModes = {ONLCR | OCRNL | ONOCR | ONLRET | OFILL, 0};
 constexpr ModeChange kControlModes = {CSIZE | CSTOPB | PARENB | CRTSCTS, CS8 | CREAD | CLOCAL};
-constexpr ModeChange kLocalModes = {ECHOKE | ECHOE | ECHOK | ECHO | ECHONL | ECHOPRT | ECHOCTL |
-                                        ISIG | ICANON | IEXTEN | PENDIN,
-                                    0};
+constexpr ModeChange kLocalModes = {
+    ECHOKE | ECHOE | ECHOK | ECHO | ECHONL | ECHOPRT | ECHOCTL | ISIG | ICANON | IEXTEN | PENDIN,
+    0};
 
 void Apply(const ModeChange& change, tcflag_t& modes) {
   modes = (modes & ~change.cleared) | change.set;
