@@ -19,7 +19,7 @@ inline void CopyName(std::span<char, 64> field, std::string_view name) {
   constexpr size_t kKeptOfLongerName = 60;
   constexpr std::string_view kEllipsis = "...";
   const bool is_whole = name.size() <= kLongestName;
-  const std::string_view kept = is_whole ? name : name.substr(0, kKeptOfLongerName);
+  const std::string_view kept(name.data(), is_whole ? name.size() : kKeptOfLongerName);
   char* const end = std::copy(kept.begin(), kept.end(), field.data());
   if (!is_whole) std::copy(kEllipsis.begin(), kEllipsis.end(), end);
 }
