@@ -15,11 +15,11 @@
 namespace {
 
 struct Device {
-  termios before{};           // what the device has when it is opened
-  termios asked{};            // the record that the device's modes were to be stored in
-  termios written{};          // what the port writes
-  int write_action = -1;      // when it is to take effect
-  unsigned long claim = 0;    // the request of the claim
+  termios before{};         // what the device has when it is opened
+  termios asked{};          // the record that the device's modes were to be stored in
+  termios written{};        // what the port writes
+  int write_action = -1;    // when it is to take effect
+  unsigned long claim = 0;  // the request of the claim
   int flushed_queues = -1;
   uint32_t speed = 0;
   // The results of the calls.
@@ -98,60 +98,34 @@ struct Mode {
   Fate fate;
 };
 
-#define INPUT(name, fate) {#name, &termios::c_iflag, name, Fate::fate}
-#define OUTPUT(name, fate) {#name, &termios::c_oflag, name, Fate::fate}
-#define CONTROL(name, fate) {#name, &termios::c_cflag, name, Fate::fate}
-#define LOCAL(name, fate) {#name, &termios::c_lflag, name, Fate::fate}
+#define INPUT(name, fate) \
+  { #name, &termios::c_iflag, name, Fate::fate }
+#define OUTPUT(name, fate) \
+  { #name, &termios::c_oflag, name, Fate::fate }
+#define CONTROL(name, fate) \
+  { #name, &termios::c_cflag, name, Fate::fate }
+#define LOCAL(name, fate) \
+  { #name, &termios::c_lflag, name, Fate::fate }
 
 const Mode kModes[] = {
-    INPUT(IGNBRK, kSet),
-    INPUT(BRKINT, kKept),
-    INPUT(IGNPAR, kCleared),
-    INPUT(PARMRK, kCleared),
-    INPUT(INPCK, kCleared),
-    INPUT(ISTRIP, kCleared),
-    INPUT(INLCR, kCleared),
-    INPUT(IGNCR, kCleared),
-    INPUT(ICRNL, kCleared),
-    INPUT(IXON, kCleared),
-    INPUT(IXOFF, kCleared),
-    INPUT(IXANY, kKept),
-    INPUT(IMAXBEL, kCleared),
-    OUTPUT(OPOST, kKept),
-    OUTPUT(ONLCR, kCleared),
-    OUTPUT(OCRNL, kCleared),
-    OUTPUT(ONOCR, kCleared),
-    OUTPUT(ONLRET, kCleared),
-    OUTPUT(OFILL, kCleared),
-    OUTPUT(OFDEL, kKept),
-    OUTPUT(NLDLY, kKept),
-    OUTPUT(CRDLY, kKept),
-    OUTPUT(TABDLY, kKept),  // tabs to spaces among them
-    OUTPUT(BSDLY, kKept),
-    OUTPUT(VTDLY, kKept),
-    OUTPUT(FFDLY, kKept),
+    INPUT(IGNBRK, kSet),        INPUT(BRKINT, kKept),    INPUT(IGNPAR, kCleared),
+    INPUT(PARMRK, kCleared),    INPUT(INPCK, kCleared),  INPUT(ISTRIP, kCleared),
+    INPUT(INLCR, kCleared),     INPUT(IGNCR, kCleared),  INPUT(ICRNL, kCleared),
+    INPUT(IXON, kCleared),      INPUT(IXOFF, kCleared),  INPUT(IXANY, kKept),
+    INPUT(IMAXBEL, kCleared),   OUTPUT(OPOST, kKept),    OUTPUT(ONLCR, kCleared),
+    OUTPUT(OCRNL, kCleared),    OUTPUT(ONOCR, kCleared), OUTPUT(ONLRET, kCleared),
+    OUTPUT(OFILL, kCleared),    OUTPUT(OFDEL, kKept),    OUTPUT(NLDLY, kKept),
+    OUTPUT(CRDLY, kKept),       OUTPUT(TABDLY, kKept),  // tabs to spaces among them
+    OUTPUT(BSDLY, kKept),       OUTPUT(VTDLY, kKept),    OUTPUT(FFDLY, kKept),
     CONTROL(CS8, kSet),  // all bits of the character size
-    CONTROL(CSTOPB, kCleared),
-    CONTROL(CREAD, kSet),
-    CONTROL(PARENB, kCleared),
-    CONTROL(PARODD, kKept),
-    CONTROL(HUPCL, kKept),
-    CONTROL(CLOCAL, kSet),
+    CONTROL(CSTOPB, kCleared),  CONTROL(CREAD, kSet),    CONTROL(PARENB, kCleared),
+    CONTROL(PARODD, kKept),     CONTROL(HUPCL, kKept),   CONTROL(CLOCAL, kSet),
     CONTROL(CRTSCTS, kCleared),  // both directions
-    LOCAL(ECHOKE, kCleared),
-    LOCAL(ECHOE, kCleared),
-    LOCAL(ECHOK, kCleared),
-    LOCAL(ECHO, kCleared),
-    LOCAL(ECHONL, kCleared),
-    LOCAL(ECHOPRT, kCleared),
-    LOCAL(ECHOCTL, kCleared),
-    LOCAL(ISIG, kCleared),
-    LOCAL(ICANON, kCleared),
-    LOCAL(IEXTEN, kCleared),
-    LOCAL(PENDIN, kCleared),
-    LOCAL(NOFLSH, kKept),
-    LOCAL(TOSTOP, kKept),
-    LOCAL(FLUSHO, kKept),
+    LOCAL(ECHOKE, kCleared),    LOCAL(ECHOE, kCleared),  LOCAL(ECHOK, kCleared),
+    LOCAL(ECHO, kCleared),      LOCAL(ECHONL, kCleared), LOCAL(ECHOPRT, kCleared),
+    LOCAL(ECHOCTL, kCleared),   LOCAL(ISIG, kCleared),   LOCAL(ICANON, kCleared),
+    LOCAL(IEXTEN, kCleared),    LOCAL(PENDIN, kCleared), LOCAL(NOFLSH, kKept),
+    LOCAL(TOSTOP, kKept),       LOCAL(FLUSHO, kKept),
 };
 
 constexpr tcflag_t termios::*kWords[] = {&termios::c_iflag, &termios::c_oflag, &termios::c_cflag,

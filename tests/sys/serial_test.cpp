@@ -186,7 +186,8 @@ TEST(SysComOpen, SecondOpenIsRefused) {
   const int status = RunAsOrdinaryUser([&] {
     const Port first = Open(NameOf(terminal));
     if (first == nullptr) return 1;
-    return Open(NameOf(terminal)) == nullptr && OpenDescriptors().size() == before.size() + 1 ? 0 : 2;
+    return Open(NameOf(terminal)) == nullptr && OpenDescriptors().size() == before.size() + 1 ? 0
+                                                                                              : 2;
   });
   if (status == kCannotDropRights) GTEST_SKIP() << "the superuser's rights cannot be dropped here";
   EXPECT_EQ(status, 0);
@@ -196,9 +197,8 @@ TEST(SysComOpen, OtherProcessesAreRefusedToo) {
   const PseudoTerminal terminal;
   ASSERT_EQ(fchmod(terminal.device(), 0666), 0);
   const auto open_elsewhere = [&] {
-    return RunAsOrdinaryUser([&] {
-      return open(terminal.device_path().c_str(), O_RDWR | O_NOCTTY) >= 0 ? 0 : errno;
-    });
+    return RunAsOrdinaryUser(
+        [&] { return open(terminal.device_path().c_str(), O_RDWR | O_NOCTTY) >= 0 ? 0 : errno; });
   };
   const int before = open_elsewhere();
   if (before == kCannotDropRights) {
