@@ -12,4 +12,14 @@ LineSpeed LineSpeedOf(int descriptor) {
   return {.input = settings.c_ispeed, .output = settings.c_ospeed};
 }
 
+void SetLineSpeed(int descriptor, const LineSpeed& speed) {
+  termios2 settings{};
+  EXPECT_EQ(ioctl(descriptor, TCGETS2, &settings), 0);
+  settings.c_cflag &= ~tcflag_t{CBAUD | CIBAUD};
+  settings.c_cflag |= tcflag_t{BOTHER | BOTHER << IBSHIFT};
+  settings.c_ispeed = speed.input;
+  settings.c_ospeed = speed.output;
+  EXPECT_EQ(ioctl(descriptor, TCSETS2, &settings), 0);
+}
+
 }  // namespace support

@@ -15,8 +15,9 @@ struct LineSpeed {
   bool operator==(const LineSpeed&) const = default;
 };
 
-// Fails the test when the descriptor is no terminal.
+// Both fail the test when the descriptor is no terminal.
 LineSpeed LineSpeedOf(int descriptor);
+void SetLineSpeed(int descriptor, const LineSpeed& speed);
 
 }  // namespace support
 

@@ -11,6 +11,18 @@
 
 namespace {
 
+// Requests to devices are counted, and only the failing one fails.
+int requests = 0;
+int failing_request = 0;
+
+}  // namespace
+
+extern "C" int __wrap_ioctl(int descriptor, unsigned long request, ...);
+
+int __wrap_ioctl(int, unsigned long, ...) { return ++requests == failing_request ? -1 : 0; }
+
+namespace {
+
 using support::GuardedBuffer;
 
 TEST(PlatformVisitUsbSerialDevices, VisitsTheUsbTerminalsOfThisMachine) {
@@ -26,6 +38,18 @@ TEST(PlatformVisitUsbSerialDevices, VisitsTheUsbTerminalsOfThisMachine) {
       },
       &visited);
   EXPECT_EQ(visited, expected);
+}
+
+TEST(PlatformSetSerialSpeed, GivesMinusOneWhicheverRequestFails) {
+  requests = 0;
+  EXPECT_EQ(platform::SetSerialSpeed(-1, 9600), 0);
+  const int all_requests = requests;
+  EXPECT_GT(all_requests, 0);
+  for (failing_request = 1; failing_request <= all_requests; ++failing_request) {
+    SCOPED_TRACE(failing_request);
+    requests = 0;
+    EXPECT_EQ(platform::SetSerialSpeed(-1, 9600), -1);
+  }
 }
 
 TEST(PlatformExecutablePath, IsThePathOfTheRunningProgram) {

@@ -307,13 +307,12 @@ TEST(SysComSetSpeed, SetsAnySpeedInBothDirections) {
 }
 
 TEST(SysComSetSpeed, TakesTheInputSpeedAlongWhereItHadOneOfItsOwn) {
-  PseudoTerminal terminal;
+  const PseudoTerminal terminal;
   const Port port = Open(NameOf(terminal));
   ASSERT_NE(port, nullptr);
-  termios modes = terminal.Modes();
-  cfsetispeed(&modes, B300);
-  cfsetospeed(&modes, B1200);
-  terminal.SetModes(modes);
+  const LineSpeed apart{.input = 300, .output = 1200};
+  support::SetLineSpeed(terminal.device(), apart);
+  ASSERT_EQ(LineSpeedOf(terminal.device()), apart);
   EXPECT_EQ(SYS_COM_SetSpeed(port->descriptor, 5000), 0);
   EXPECT_EQ(LineSpeedOf(terminal.device()), (LineSpeed{.input = 5000, .output = 5000}));
 }
