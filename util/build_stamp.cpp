@@ -4,3 +4,6 @@
 const char* UTIL_GetBuildDate() { return __DATE__; }
 
 const char* UTIL_GetBuildTime() { return __TIME__; }
+
+// The year stands behind "Jun  5 ".
+const char* UTIL_GetReleaseYear() { return UTIL_GetBuildDate() + 7; }

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "util/decimal.h"
+
 namespace {
 
 // Where the text goes. Every store passes through here, so nothing lands behind the capacity.
@@ -73,24 +75,6 @@ constexpr std::array<char, 200> kDecimalPairs = [] {
 constexpr char kLowerDigits[] = "0123456789abcdef";
 constexpr char kUpperDigits[] = "0123456789ABCDEF";
 
-constexpr std::array<uint64_t, 20> kPowersOfTen = [] {
-  std::array<uint64_t, 20> powers{};
-  uint64_t power = 1;
-  for (uint64_t& entry : powers) {
-    entry = power;
-    power *= 10;
-  }
-  return powers;
-}();
-
-// 1233 / 4096 is log10(2) from just below, which makes the estimate right or one too low for every
-// bit width up to 64 (Hacker's Delight, "Integer Log Base 10").
-uint32_t DecimalLength(uint64_t value) {
-  const uint64_t non_zero = value | 1;  // as many digits as value, and 1 for 0
-  const uint32_t estimate = (static_cast<uint32_t>(std::bit_width(non_zero)) * 1233) >> 12;
-  return estimate + (non_zero >= kPowersOfTen[estimate] ? 1 : 0);
-}
-
 uint32_t HexLength(uint64_t value) {
   return (static_cast<uint32_t>(std::bit_width(value | 1)) + 3) / 4;
 }
@@ -125,12 +109,12 @@ void PutPadding(Output& output, const Directive& directive, uint32_t length) {
 }
 
 void PutDecimal(Output& output, const Directive& directive, uint64_t value) {
-  uint32_t length = DecimalLength(value);
+  uint32_t length = decimal::Length(value);
   PutPadding(output, directive, length);
   if (output.room() == 0) return;
   if (length > output.room()) {
     // Only the leading digits fit: drop the others from the value.
-    value /= kPowersOfTen[length - output.room()];
+    value /= decimal::kPowersOfTen[length - output.room()];
     length = static_cast<uint32_t>(output.room());
   }
   char* const end = output.Take(length) + length;

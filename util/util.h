@@ -7,10 +7,12 @@
 #include "build_stamp.h"
 #include "bytes.h"
 #include "dynbuffer.h"
+#include "float_text.h"
 #include "format.h"
 #include "memory.h"
 #include "parse.h"
 #include "strings.h"
 #include "text.h"
+#include "values.h"
 
 #endif

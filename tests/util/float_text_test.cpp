@@ -1,0 +1,5 @@
+#include "util/float_text.h"
+
+#include <gtest/gtest.h>
+
+TEST(UtilFormatFloatBits, X) {}
