@@ -1,6 +1,7 @@
 #include "util/bits.h"
 
 #include <bit>
+#include <cstring>
 
 #include "util/byte_order.h"
 
@@ -57,6 +58,26 @@ void StoreBits32(uint8_t* bytes, uint32_t value, uint32_t first_bit) {
   bytes[4] = static_cast<uint8_t>((bytes[4] & ~(replaced >> 32)) | (bits >> 32));
 }
 
+// The mask's bits of a byte take the value's.
+void StoreMasked(uint8_t& byte, uint8_t value, uint32_t mask) {
+  byte = static_cast<uint8_t>((byte & ~mask) | (value & mask));
+}
+
+// Gives a run of bits those of fill, which is 0x00 or 0xFF. Positions are counted in 64 bits, since
+// the end of a run may lie behind the last one that 32 bits can say.
+void FillBits(uint8_t* buffer, uint32_t first_bit, uint32_t count, uint8_t fill) {
+  if (buffer == nullptr || count == 0) return;
+  const uint64_t last_bit = uint64_t{first_bit} + count - 1;
+  uint8_t* const first = buffer + first_bit / 8;
+  uint8_t* const last = buffer + last_bit / 8;
+  const uint32_t from_first = 0xFFU << (first_bit % 8);
+  const uint32_t up_to_last = 0xFFU >> (7 - last_bit % 8);
+  if (first == last) return StoreMasked(*first, fill, from_first & up_to_last);
+  StoreMasked(*first, fill, from_first);
+  memset(first + 1, fill, static_cast<size_t>(last - first - 1));
+  StoreMasked(*last, fill, up_to_last);
+}
+
 }  // namespace
 
 uint16_t UTIL_BitReverse16(uint32_t value) {
@@ -99,6 +120,14 @@ void UTIL_WriteBitsArray(uint8_t* buffer, const uint32_t* values, uint32_t start
   }
 }
 
+void UTIL_SetBitRange(uint8_t* buffer, uint32_t first_bit, uint32_t count) {
+  FillBits(buffer, first_bit, count, 0xFF);
+}
+
+void UTIL_ClearBitRange(uint8_t* buffer, uint32_t first_bit, uint32_t count) {
+  FillBits(buffer, first_bit, count, 0x00);
+}
+
 uint32_t UTIL_CountBits(uint32_t value) { return static_cast<uint32_t>(std::popcount(value)); }
 
 uint32_t UTIL_Parity(uint32_t value) { return UTIL_CountBits(value) % 2; }
@@ -108,6 +137,11 @@ uint32_t UTIL_HighestBit(uint32_t value) { return UTIL_HighestBit64(value); }
 uint32_t UTIL_HighestBit64(uint64_t value) {
   // One below the width of 0, which is 0, is 0xFFFFFFFF.
   return static_cast<uint32_t>(std::bit_width(value)) - 1;
+}
+
+int32_t UTIL_HighestBitPos(int32_t value) {
+  // 0 counts as a negative value here, unlike above: its index is that of the sign.
+  return value > 0 ? 31 - std::countl_zero(static_cast<uint32_t>(value)) : 31;
 }
 
 int32_t UTIL_LowestBit(uint32_t value) { return value == 0 ? -1 : std::countr_zero(value); }

@@ -1,4 +1,4 @@
-/* Bits: reversal, streams of bit fields, counting and searching.
+/* Bits: reversal, streams of bit fields, runs of bits, counting and searching.
  *
  * In a stream bit n is bit n mod 8, counted from the least significant one, of byte n / 8. Streams
  * stand at any address; no function touches a byte that holds none of the bits it reads or writes.
@@ -57,6 +57,11 @@ void UTIL_WriteBits32(uint8_t* buffer, uint32_t value, uint32_t bit_position);
 void UTIL_WriteBitsArray(uint8_t* buffer, const uint32_t* values, uint32_t start_bit,
                          uint32_t bits_per_value, uint32_t count);
 
+/* Set and clear count bits of a stream from first_bit on and keep the bits around them. A null buffer
+ * or a count of 0 do nothing. */
+void UTIL_SetBitRange(uint8_t* buffer, uint32_t first_bit, uint32_t count);
+void UTIL_ClearBitRange(uint8_t* buffer, uint32_t first_bit, uint32_t count);
+
 /* ---- Counting and searching ---- */
 
 /* Returns how many bits of value are set. */
@@ -68,6 +73,9 @@ uint32_t UTIL_Parity(uint32_t value);
 /* Return the index of the highest set bit; 0xFFFFFFFF when none is set. */
 uint32_t UTIL_HighestBit(uint32_t value);
 uint32_t UTIL_HighestBit64(uint64_t value);
+
+/* Returns the index of the highest set bit of a positive value; 31 for 0 and for negative ones. */
+int32_t UTIL_HighestBitPos(int32_t value);
 
 /* Returns the index of the lowest set bit; -1 when none is set. */
 int32_t UTIL_LowestBit(uint32_t value);

@@ -6,6 +6,162 @@ namespace {
 
 constexpr uint64_t kHighestAddress = 0xFFFFFFFFFFFFFFFF;
 
+// ---- Differences ----
+
+TEST(UtilAbsDiff32, HasNoSign) {
+  EXPECT_EQ(UTIL_AbsDiff32(3, 10), 7U);
+  EXPECT_EQ(UTIL_AbsDiff32(10, 3), 7U);
+  EXPECT_EQ(UTIL_AbsDiff32(-3, 10), 13U);
+  EXPECT_EQ(UTIL_AbsDiff32(10, -3), 13U);
+  EXPECT_EQ(UTIL_AbsDiff32(-10, -3), 7U);
+  EXPECT_EQ(UTIL_AbsDiff32(5, 5), 0U);
+}
+
+TEST(UtilAbsDiff32, ReachesOverAllSignedNumbers) {
+  EXPECT_EQ(UTIL_AbsDiff32(INT32_MIN, INT32_MAX), 0xFFFFFFFF);
+  EXPECT_EQ(UTIL_AbsDiff32(INT32_MAX, INT32_MIN), 0xFFFFFFFF);
+  EXPECT_EQ(UTIL_AbsDiff32(INT32_MIN, 0), 0x80000000);
+}
+
+TEST(UtilAbsDiff64, HasNoSign) {
+  EXPECT_EQ(UTIL_AbsDiff64(3, 10), 7U);
+  EXPECT_EQ(UTIL_AbsDiff64(10, 3), 7U);
+  EXPECT_EQ(UTIL_AbsDiff64(0x100000000, 1), 0xFFFFFFFF);
+  EXPECT_EQ(UTIL_AbsDiff64(1, 0x100000000), 0xFFFFFFFF);
+  EXPECT_EQ(UTIL_AbsDiff64(5, 5), 0U);
+}
+
+TEST(UtilAbsDiff64, TakesTheShorterWayRound) {
+  EXPECT_EQ(UTIL_AbsDiff64(0, 0xFFFFFFFFFFFFFFFF), 1U);
+  EXPECT_EQ(UTIL_AbsDiff64(0xFFFFFFFFFFFFFFFF, 0), 1U);
+  EXPECT_EQ(UTIL_AbsDiff64(0x7FFFFFFFFFFFFFFF, 0), 0x7FFFFFFFFFFFFFFF);
+  EXPECT_EQ(UTIL_AbsDiff64(0, 0x7FFFFFFFFFFFFFFF), 0x7FFFFFFFFFFFFFFF);
+  EXPECT_EQ(UTIL_AbsDiff64(0x8000000000000000, 0), 0x8000000000000000);
+  EXPECT_EQ(UTIL_AbsDiff64(0, 0x8000000000000000), 0x8000000000000000);
+  EXPECT_EQ(UTIL_AbsDiff64(0x8000000000000001, 0), 0x7FFFFFFFFFFFFFFF);
+}
+
+// ---- Multiplying and dividing ----
+
+TEST(UtilMulDivRound, RoundsToNearest) {
+  EXPECT_EQ(UTIL_MulDivRound(10, 3, 4), 8U);  // 7.5
+  EXPECT_EQ(UTIL_MulDivRound(1, 1, 2), 1U);
+  EXPECT_EQ(UTIL_MulDivRound(7, 1, 2), 4U);
+  EXPECT_EQ(UTIL_MulDivRound(10, 1, 3), 3U);  // 3.33
+  EXPECT_EQ(UTIL_MulDivRound(11, 1, 3), 4U);  // 3.67
+  EXPECT_EQ(UTIL_MulDivRound(2, 1, 5), 0U);
+  EXPECT_EQ(UTIL_MulDivRound(3, 1, 5), 1U);
+  EXPECT_EQ(UTIL_MulDivRound(6, 7, 1), 42U);
+}
+
+TEST(UtilMulDivRound, ZeroStaysZero) {
+  EXPECT_EQ(UTIL_MulDivRound(0, 5, 2), 0U);
+  EXPECT_EQ(UTIL_MulDivRound(5, 0, 2), 0U);
+  EXPECT_EQ(UTIL_MulDivRound(0, 0, 1), 0U);
+  EXPECT_EQ(UTIL_MulDivRound(0, 0xFFFFFFFFFFFFFFFF, 5), 0U);
+}
+
+TEST(UtilMulDivRound, IsExactUpToHighestBitsOf61Together) {
+  // Bits 31 and 30: 2^61 + 2^31 + 2^30 + 1, which takes 62 bits.
+  EXPECT_EQ(UTIL_MulDivRound(0x80000001, 0x40000001, 1), 2305843012434919425U);
+  EXPECT_EQ(UTIL_MulDivRound(0x40000001, 0x80000001, 1), 2305843012434919425U);
+  // (2^32 - 1) * (2^30 - 1) = 2^62 - 2^32 - 2^30 + 1, over 2.
+  EXPECT_EQ(UTIL_MulDivRound(0xFFFFFFFF, 0x3FFFFFFF, 2), 2305843006529339393U);
+  EXPECT_EQ(UTIL_MulDivRound(1, 0x3FFFFFFFFFFFFFFF, 1), 0x3FFFFFFFFFFFFFFF);
+}
+
+TEST(UtilMulDivRound, IsInDoublePrecisionBeyond) {
+  // Bits 31 and 31: 2^62 + 2^32 + 1, of which double precision drops the 1.
+  EXPECT_EQ(UTIL_MulDivRound(0x80000001, 0x80000001, 1), 4611686022722355200U);
+  EXPECT_EQ(UTIL_MulDivRound(1, 0x7FFFFFFFFFFFFFFF, 1), 0x8000000000000000);
+  EXPECT_EQ(UTIL_MulDivRound(0xFFFFFFFF, 0xFFFFFFFF, 1), 18446744065119617024U);  // 2^64 - 2^33
+}
+
+TEST(UtilMulDivRound, ProductsMayBeFarBeyond64Bits) {
+  EXPECT_EQ(UTIL_MulDivRound(0x8000000000000000, 0x8000000000000000, 0x8000000000000000),
+            0x8000000000000000);
+  EXPECT_EQ(UTIL_MulDivRound(1'000'000'000'000, 1'000'000'000'000, 1'000'000'000'000),
+            1'000'000'000'000U);
+  EXPECT_EQ(UTIL_MulDivRound(0x100000000, 0x100000000, 0x200000000), 0x80000000);
+}
+
+TEST(UtilMulDivRound, AddsTheHalfBeyondToo) {
+  // 3 * 2^62 over 2^63 is 1.5, and 2^62 over 2^63 is 0.5.
+  EXPECT_EQ(UTIL_MulDivRound(3, uint64_t{1} << 62, uint64_t{1} << 63), 2U);
+  EXPECT_EQ(UTIL_MulDivRound(1, uint64_t{1} << 62, uint64_t{1} << 63), 1U);
+  EXPECT_EQ(UTIL_MulDivRound(1, uint64_t{1} << 62, 0xFFFFFFFFFFFFFFFF), 0U);
+}
+
+TEST(UtilMulDivRound, ResultsAbove63BitsAreWhole) {
+  EXPECT_EQ(UTIL_MulDivRound(0x8000000000000000, 1, 1), 0x8000000000000000);
+  EXPECT_EQ(UTIL_MulDivRound(0xC000000000000000, 1, 1), 0xC000000000000000);
+  EXPECT_EQ(UTIL_MulDivRound(0xFFFFFFFFFFFFF800, 1, 1), 0xFFFFFFFFFFFFF800);
+}
+
+TEST(UtilMulDivRound, ResultsThat64BitsCannotHoldGiveTheHighestBit) {
+  EXPECT_EQ(UTIL_MulDivRound(0x100000000, 0x100000000, 1), 0x8000000000000000);
+  EXPECT_EQ(UTIL_MulDivRound(0x100000000, 0x300000000, 1), 0x8000000000000000);
+  EXPECT_EQ(UTIL_MulDivRound(0xFFFFFFFFFFFFFFFF, 1, 1), 0x8000000000000000);  // rounds to 2^64
+}
+
+TEST(UtilUdivmod, GivesQuotientAndRemainder) {
+  uint32_t remainder = 0xA5A5A5A5;
+  EXPECT_EQ(UTIL_udivmod(100, 7, &remainder), 14U);
+  EXPECT_EQ(remainder, 2U);
+  EXPECT_EQ(UTIL_udivmod(6, 7, &remainder), 0U);
+  EXPECT_EQ(remainder, 6U);
+  EXPECT_EQ(UTIL_udivmod(0, 7, &remainder), 0U);
+  EXPECT_EQ(remainder, 0U);
+}
+
+TEST(UtilUdivmod, TheRemainderMayBeLeftOut) { EXPECT_EQ(UTIL_udivmod(100, 7, nullptr), 14U); }
+
+TEST(UtilUdiv, GivesTheQuotient) {
+  EXPECT_EQ(UTIL_udiv(100, 7), 14U);
+  EXPECT_EQ(UTIL_udiv(5, 0x80000000), 0U);
+  EXPECT_EQ(UTIL_udiv(0xFFFFFFFF, 0x80000000), 1U);
+}
+
+TEST(UtilUmod, GivesTheRemainder) {
+  EXPECT_EQ(UTIL_umod(100, 7), 2U);
+  EXPECT_EQ(UTIL_umod(0xFFFFFFFF, 1), 0U);
+  EXPECT_EQ(UTIL_umod(5, 0x80000000), 5U);
+}
+
+TEST(UtilUdivmod, DividesAsTheProcessorDoes) {
+  const uint32_t numbers[] = {1,          2,          3,          7,          10,
+                              255,        256,        65535,      1000000007, 0x3FFFFFFF,
+                              0x40000000, 0x40000001, 0x7FFFFFFF, 0x80000000, 0x80000001,
+                              0xAAAAAAAA, 0xFFFFFFFE, 0xFFFFFFFF};
+  for (const uint32_t dividend : numbers) {
+    for (const uint32_t divisor : numbers) {
+      SCOPED_TRACE(testing::Message() << dividend << " by " << divisor);
+      uint32_t remainder = 0xA5A5A5A5;
+      EXPECT_EQ(UTIL_udivmod(dividend, divisor, &remainder), dividend / divisor);
+      EXPECT_EQ(remainder, dividend % divisor);
+      EXPECT_EQ(UTIL_udiv(dividend, divisor), dividend / divisor);
+      EXPECT_EQ(UTIL_umod(dividend, divisor), dividend % divisor);
+    }
+  }
+}
+
+TEST(UtilSdiv, TakesTheSignOfTheDividend) {
+  EXPECT_EQ(UTIL_sdiv(7, 2), 3);
+  EXPECT_EQ(UTIL_sdiv(-7, 2), -3);
+  EXPECT_EQ(UTIL_sdiv(-1, 2), 0);
+  EXPECT_EQ(UTIL_sdiv(0, 5), 0);
+  EXPECT_EQ(UTIL_sdiv(INT32_MAX, 1), INT32_MAX);
+  EXPECT_EQ(UTIL_sdiv(INT32_MIN, 1), INT32_MIN);
+  EXPECT_EQ(UTIL_sdiv(INT32_MIN, 2), -0x40000000);
+}
+
+TEST(UtilSdiv, NegativeDivisorsCountAsTheirBits) {
+  EXPECT_EQ(UTIL_sdiv(7, -1), 0);
+  EXPECT_EQ(UTIL_sdiv(-7, -1), 0);
+  EXPECT_EQ(UTIL_sdiv(INT32_MIN, INT32_MIN), -1);  // 2^31 by 2^31, and the dividend's sign
+  EXPECT_EQ(UTIL_sdiv(INT32_MAX, INT32_MIN), 0);
+}
+
 // ---- Greatest common divisor ----
 
 TEST(UtilGcd, GivesTheGreatestCommonDivisor) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <atomic>
@@ -294,6 +295,82 @@ TEST(UtilWriteBitsArray, StaysInsideTheBytesItNames) {
   }
 }
 
+// ---- Runs ----
+
+TEST(UtilSetBitRange, SetsTheBitsAlone) {
+  GuardedBytes buffer({0, 0, 0, 0});
+  UTIL_SetBitRange(buffer.bytes(), 4, 12);
+  EXPECT_THAT(Contents(buffer), ElementsAre(0xF0, 0xFF, 0x00, 0x00));
+}
+
+TEST(UtilClearBitRange, ClearsTheBitsAlone) {
+  GuardedBytes buffer({0xFF, 0xFF, 0xFF, 0xFF});
+  UTIL_ClearBitRange(buffer.bytes(), 4, 12);
+  EXPECT_THAT(Contents(buffer), ElementsAre(0x0F, 0x00, 0xFF, 0xFF));
+}
+
+TEST(UtilSetBitRange, MayLieWithinOneByte) {
+  GuardedBytes buffer({0x81, 0x00});
+  UTIL_SetBitRange(buffer.bytes(), 2, 3);
+  EXPECT_THAT(Contents(buffer), ElementsAre(0x9D, 0x00));
+  UTIL_SetBitRange(buffer.bytes(), 15, 1);
+  EXPECT_THAT(Contents(buffer), ElementsAre(0x9D, 0x80));
+}
+
+TEST(UtilClearBitRange, MayLieWithinOneByte) {
+  GuardedBytes buffer({0xFF, 0xFF});
+  UTIL_ClearBitRange(buffer.bytes(), 2, 3);
+  EXPECT_THAT(Contents(buffer), ElementsAre(0xE3, 0xFF));
+}
+
+// Bits counted one by one. The bits around the run start as the opposite of what is stored.
+Bytes Run(size_t size, uint32_t first, uint32_t count, bool is_set) {
+  Bytes bytes(size, is_set ? 0x00 : 0xFF);
+  for (uint32_t i = first; i < first + count; ++i) {
+    bytes[i / 8] = static_cast<uint8_t>(bytes[i / 8] ^ (1 << (i % 8)));
+  }
+  return bytes;
+}
+
+TEST(UtilSetBitRange, TakesAnyRunInTheLastBytesOfABuffer) {
+  constexpr uint32_t kSize = 5;
+  for (uint32_t first = 0; first < kSize * 8; ++first) {
+    for (uint32_t count = 0; first + count <= kSize * 8; ++count) {
+      SCOPED_TRACE(testing::Message() << count << " from " << first);
+      GuardedBytes set(Bytes(kSize, 0x00));
+      UTIL_SetBitRange(set.bytes(), first, count);
+      EXPECT_EQ(Contents(set), Run(kSize, first, count, true));
+      GuardedBytes cleared(Bytes(kSize, 0xFF));
+      UTIL_ClearBitRange(cleared.bytes(), first, count);
+      EXPECT_EQ(Contents(cleared), Run(kSize, first, count, false));
+    }
+  }
+}
+
+TEST(UtilSetBitRange, NoBitsAndNoBufferDoNothing) {
+  GuardedBytes buffer({0x55});
+  UTIL_SetBitRange(buffer.bytes(), 3, 0);
+  UTIL_ClearBitRange(buffer.bytes(), 3, 0);
+  EXPECT_THAT(Contents(buffer), ElementsAre(0x55));
+  GuardedBuffer empty(0);
+  UTIL_SetBitRange(empty.bytes(), 0, 0);
+  UTIL_SetBitRange(nullptr, 3, 5);
+  UTIL_ClearBitRange(nullptr, 3, 5);
+}
+
+TEST(UtilSetBitRange, MayEndBeyondPositionsOf32Bits) {
+  constexpr size_t kSize = (size_t{1} << 29) + 1;  // of which two bytes are touched
+  void* const mapping = mmap(nullptr, kSize, PROT_READ | PROT_WRITE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(mapping, MAP_FAILED);
+  auto* const bytes = static_cast<uint8_t*>(mapping);
+  UTIL_SetBitRange(bytes, 0xFFFFFFFC, 8);
+  EXPECT_EQ(bytes[0], 0x00);
+  EXPECT_EQ(bytes[kSize - 2], 0xF0);
+  EXPECT_EQ(bytes[kSize - 1], 0x0F);
+  munmap(mapping, kSize);
+}
+
 // ---- Counting and searching ----
 
 TEST(UtilCountBits, CountsSetBits) {
@@ -334,6 +411,21 @@ TEST(UtilHighestBit64, GivesTheIndex) {
 TEST(UtilHighestBit, NoBitSetGivesAllBitsSet) {
   EXPECT_EQ(UTIL_HighestBit(0), 0xFFFFFFFF);
   EXPECT_EQ(UTIL_HighestBit64(0), 0xFFFFFFFF);
+}
+
+TEST(UtilHighestBitPos, GivesTheIndexForPositiveValues) {
+  EXPECT_EQ(UTIL_HighestBitPos(1), 0);
+  EXPECT_EQ(UTIL_HighestBitPos(2), 1);
+  EXPECT_EQ(UTIL_HighestBitPos(3), 1);
+  EXPECT_EQ(UTIL_HighestBitPos(0x100), 8);
+  EXPECT_EQ(UTIL_HighestBitPos(0x40000000), 30);
+  EXPECT_EQ(UTIL_HighestBitPos(0x7FFFFFFF), 30);
+}
+
+TEST(UtilHighestBitPos, Is31ForZeroAndNegativeValues) {
+  EXPECT_EQ(UTIL_HighestBitPos(0), 31);
+  EXPECT_EQ(UTIL_HighestBitPos(-1), 31);
+  EXPECT_EQ(UTIL_HighestBitPos(INT32_MIN), 31);
 }
 
 TEST(UtilLowestBit, GivesTheIndex) {
