@@ -324,7 +324,7 @@ TEST(UtilClearBitRange, MayLieWithinOneByte) {
 }
 
 // Bits counted one by one. The bits around the run start as the opposite of what is stored.
-Bytes Run(size_t size, uint32_t first, uint32_t count, bool is_set) {
+Bytes WithRun(size_t size, uint32_t first, uint32_t count, bool is_set) {
   Bytes bytes(size, is_set ? 0x00 : 0xFF);
   for (uint32_t i = first; i < first + count; ++i) {
     bytes[i / 8] = static_cast<uint8_t>(bytes[i / 8] ^ (1 << (i % 8)));
@@ -339,10 +339,10 @@ TEST(UtilSetBitRange, TakesAnyRunInTheLastBytesOfABuffer) {
       SCOPED_TRACE(testing::Message() << count << " from " << first);
       GuardedBytes set(Bytes(kSize, 0x00));
       UTIL_SetBitRange(set.bytes(), first, count);
-      EXPECT_EQ(Contents(set), Run(kSize, first, count, true));
+      EXPECT_EQ(Contents(set), WithRun(kSize, first, count, true));
       GuardedBytes cleared(Bytes(kSize, 0xFF));
       UTIL_ClearBitRange(cleared.bytes(), first, count);
-      EXPECT_EQ(Contents(cleared), Run(kSize, first, count, false));
+      EXPECT_EQ(Contents(cleared), WithRun(kSize, first, count, false));
     }
   }
 }

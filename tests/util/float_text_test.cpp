@@ -162,7 +162,8 @@ TEST(UtilFormatFloatBits, EveryPowerOfTwoAndItsNeighboursAreAsTheCLibraryPrintsT
   for (uint32_t exponent = 0; exponent < 255; ++exponent) {
     for (const uint32_t mantissa : {0U, 1U, 0x3FFFFFU, 0x400000U, 0x7FFFFFU}) {
       const uint32_t bits = (exponent << 23) | mantissa;
-      if (IsComparable(bits)) EXPECT_EQ(FloatText(bits), LibraryText(bits));
+      if (!IsComparable(bits)) continue;
+      EXPECT_EQ(FloatText(bits), LibraryText(bits));
     }
   }
 }
