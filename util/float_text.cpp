@@ -21,7 +21,7 @@ constexpr uint32_t kLargestExponent = 0xFF;
 constexpr uint32_t kDigitsPerWord = 9;
 constexpr uint32_t kWordLimit = 1'000'000'000;
 
-// All that are below kWordLimit.
+// All powers that are below kWordLimit.
 constexpr auto kPowersOfTwo = decimal::PowersOf<30>(2);
 constexpr auto kPowersOfFive = decimal::PowersOf<13>(5);
 
@@ -29,9 +29,9 @@ constexpr auto kPowersOfFive = decimal::PowersOf<13>(5);
 class WholeNumber {
  public:
   // value is below kWordLimit.
-  explicit WholeNumber(uint32_t value) : count_(1) { words_[0] = value; }
+  explicit WholeNumber(uint32_t value) { words_[0] = value; }
 
-  // Multiplies by powers[exponent], where powers may be continued.
+  // Multiplies by a power of the number whose first powers these are.
   void MultiplyByPower(std::span<const uint64_t> powers, uint32_t exponent) {
     const auto last = static_cast<uint32_t>(powers.size() - 1);
     for (; exponent > last; exponent -= last) MultiplyBy(powers[last]);
@@ -66,15 +66,15 @@ class WholeNumber {
     if (carried != 0) words_[count_++] = static_cast<uint32_t>(carried);
   }
 
-  // The longest are the 24 bits of a mantissa times 5^149: 112 digits.
+  // The longest number is a mantissa of 24 bits times 5^149, which has 112 digits.
   uint32_t words_[13];
-  uint32_t count_;
+  uint32_t count_ = 1;
 };
 
 // ---- Six digits ----
 
 constexpr uint32_t kPrecision = 6;
-constexpr uint64_t kSevenDigits = decimal::kPowersOfTen[kPrecision];
+constexpr uint64_t kOneDigitMore = decimal::kPowersOfTen[kPrecision];
 
 // d.ddddd * 10^exponent, with the digits as a whole number.
 struct Rounded {
@@ -82,7 +82,7 @@ struct Rounded {
   int32_t exponent;
 };
 
-// Rounds number * 10^scale. Nothing of the number is missing, so a half is known for one.
+// Rounds number * 10^scale, halves to even.
 Rounded Round(const WholeNumber& number, int32_t scale) {
   const uint64_t head = number.Head();
   const uint64_t unit = decimal::kPowersOfTen[decimal::Length(head) - kPrecision];
@@ -91,7 +91,7 @@ Rounded Round(const WholeNumber& number, int32_t scale) {
   const uint64_t half = unit / 2;
   const bool is_odd_or_more = rounded.digits % 2 != 0 || number.HasTail();
   if (rest > half || (rest == half && is_odd_or_more)) ++rounded.digits;
-  if (rounded.digits == kSevenDigits) rounded = {kSevenDigits / 10, rounded.exponent + 1};
+  if (rounded.digits == kOneDigitMore) rounded = {kOneDigitMore / 10, rounded.exponent + 1};
   return rounded;
 }
 
@@ -129,16 +129,15 @@ void PutRounded(char* text, uint32_t size, const Rounded& value) {
   const char* const first = digits - kLowest;
 
   const int32_t exponent = value.exponent;
-  const char* const text_end = text + size;
-  if (exponent < kLowest || exponent >= static_cast<int32_t>(kPrecision)) {
-    char* const end = PutDigits(text, first, kPrecision, 1);
-    UTIL_snprintf(end, static_cast<int32_t>(text_end - end), "E%c%.2d", exponent < 0 ? '-' : '+',
-                  std::abs(exponent));
+  if (exponent >= kLowest && exponent < static_cast<int32_t>(kPrecision)) {
+    const auto zeros = static_cast<size_t>(std::max(-exponent, 0));
+    const auto whole_digits = static_cast<size_t>(std::max(exponent, 0)) + 1;
+    *PutDigits(text, first - zeros, zeros + kPrecision, whole_digits) = '\0';
     return;
   }
-  const auto zeros = static_cast<size_t>(std::max(-exponent, 0));
-  const auto whole_digits = static_cast<size_t>(std::max(exponent, 0)) + 1;
-  *PutDigits(text, first - zeros, zeros + kPrecision, whole_digits) = '\0';
+  char* const end = PutDigits(text, first, kPrecision, 1);
+  UTIL_snprintf(end, static_cast<int32_t>(text + size - end), "E%c%.2d", exponent < 0 ? '-' : '+',
+                std::abs(exponent));
 }
 
 void PutMagnitude(char* text, uint32_t size, uint32_t exponent, uint32_t mantissa) {

@@ -14,7 +14,7 @@ struct Range {
   uint64_t high;
 };
 
-// A quartile is the place, in the order of the samples, where target of them are reached.
+// What to find: the place, in the order of the samples, where so many of them are reached.
 struct Search {
   Samples samples;
   uint64_t resolution;
@@ -25,9 +25,8 @@ struct Search {
 struct Histogram {
   Range range;
   std::span<uint64_t> buckets;
-  double width;  // of a bucket
-  uint64_t below = 0;
-  uint64_t above = 0;
+  double width;        // of a bucket
+  uint64_t below = 0;  // how many samples are; those above the range need no count
   uint64_t smallest = UINT64_MAX;
   uint64_t largest = 0;
 
@@ -45,9 +44,7 @@ void CountSample(Histogram& histogram, uint64_t sample) {
   histogram.largest = std::max(histogram.largest, sample);
   if (sample < histogram.range.low) {
     ++histogram.below;
-  } else if (sample > histogram.range.high) {
-    ++histogram.above;
-  } else {
+  } else if (sample <= histogram.range.high) {
     const auto offset = static_cast<double>(sample - histogram.range.low);
     const uint64_t bucket = truncation::ToUnsigned(offset / histogram.width);
     // In a wide range an offset may be rounded up to the end.
@@ -78,7 +75,8 @@ struct Finding {
 Finding FindInBucket(const Histogram& histogram, uint64_t bucket, uint64_t resolution) {
   const uint64_t whole_width = histogram.WholeWidth();
   if (whole_width <= resolution) return {true, MiddleOfBucket(histogram, bucket), {}};
-  // Whole widths alone count here, so that the next range may lie below the bucket. Kept on purpose.
+  // Here the bucket's place counts in whole widths: the next range may lie below the bucket, and the
+  // quartile then is followed out of it. Kept on purpose.
   const uint64_t low = histogram.range.low + bucket * whole_width;
   return {false, 0, {low, low + whole_width}};
 }
@@ -90,7 +88,7 @@ Finding Find(const Search& search, const Histogram& histogram) {
     total += histogram.buckets[bucket];
     if (total >= search.target) return FindInBucket(histogram, bucket, search.resolution);
   }
-  // Every sample is counted somewhere, so those that lack lie above.
+  // No target is beyond all the samples, so those that lack are above the range.
   return {false, 0, {histogram.range.high, histogram.largest}};
 }
 
@@ -98,6 +96,7 @@ Finding Find(const Search& search, const Histogram& histogram) {
 
 constexpr uint32_t kGreatestDepth = 10;
 
+// One table for all callers on purpose: whoever needs two counts at once has to wait.
 uint64_t repeated_buckets[800];
 
 int32_t LocateQuartile(const Search& search, const Histogram& histogram, uint64_t* quartile) {

@@ -339,6 +339,7 @@ TEST(UtilParseIPAddr, NumbersAreReadAsNumbersAre) {
 TEST(UtilParseIPAddr, NumbersAbove255SpillIntoTheBytesAbove) {
   ExpectAddress(0x00000100, "256.0.0.0");
   ExpectAddress(0x00000301, "257.2.0.0");  // 0x101 and 0x200
+  ExpectAddress(0x00000101, "257.1.0.0");  // both have the bit
   ExpectAddress(0x00000000, "0.0.0.256");
   ExpectAddress(0x01000000, "0.0.0.257");
   ExpectAddress(0x00000001, "4294967297.0.0.0");
