@@ -87,6 +87,7 @@ TEST(UtilDaysBetween, ShortYearsCountFrom2000) {
 TEST(UtilDaysBetween, YearsFrom1000OnAreWhatTheyAre) {
   // 1000 would be far ahead as 3000.
   EXPECT_EQ(UTIL_DaysBetween(10000101, 20010101), 0);
+  EXPECT_EQ(UTIL_DaysBetween(10000000, 20010101), -1);
 }
 
 TEST(UtilDaysBetween, YearsBefore2001HaveNoDaysOfTheirOwn) {

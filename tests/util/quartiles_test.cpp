@@ -136,6 +136,14 @@ TEST(UtilGetQuartiles, FollowsAQuartileOutOfABucketRoundedDown) {
   ExpectQuartiles(Quartiles({0, 28}, samples, 10, 2), 27, 27, 27);
 }
 
+TEST(UtilGetQuartiles, BucketsAreCountedAgainAtAPlaceRoundedDown) {
+  // As before, but 20 to 100100 is counted above, in buckets of 125.10125, and of these the first from
+  // 20 to 145 in buckets of 0.1575: bucket 50, middle at 20 + 7.875 + 0.07875. Over the true place of
+  // the bucket, 26.1 to 29, it would have been 28.
+  const std::vector<uint64_t> samples = {28, 28, 28, 28, 28, 28, 100100, 100100};
+  ExpectQuartiles(Quartiles({0, 28}, samples, 10, 1), 27, 27, 27);
+}
+
 TEST(UtilGetQuartiles, QuartilesBelowTheRangeAreFound) {
   // All below: counted from 10 to 1000 in buckets of 1.23875, of which they are in 0, 8, 16 and 24.
   ExpectQuartiles(Quartiles({1000, 1999}, {40, 30, 20, 10}, 10, 1), 10, 20, 30);
