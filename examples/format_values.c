@@ -1,28 +1,19 @@
-/* Shows 32-bit numbers in several forms.
+/* Shows what 32 bits may mean: a number, a size, an address, a float.
  *
  *   format_values NUMBER...    decimal, or hexadecimal behind "0x" */
 #include <stdio.h>
 
 #include "util/util.h"
 
-/* Appends to a text that ends at the given place, and returns its new end. */
-static char* AppendBytes(char* end, const char* limit, const uint8_t* bytes) {
-  for (int i = 0; i < 4; ++i) {
-    end = UTIL_snprintf(end, (int32_t)(limit - end), " %.2X", bytes[i]);
-  }
-  return end;
-}
-
 static void Show(uint32_t value) {
+  char size[32];
+  char address[16];
+  char number[16];
   char line[96];
-  const char* const limit = line + sizeof line;
-  uint8_t bytes[4];
-  char* end = UTIL_snprintf(line, sizeof line, "%10u  0x%.8X  big-endian", value, value);
-  UTIL_Store32BE(bytes, value);
-  end = AppendBytes(end, limit, bytes);
-  end = UTIL_snprintf(end, (int32_t)(limit - end), "  little-endian");
-  UTIL_Store32LE(bytes, value);
-  AppendBytes(end, limit, bytes);
+  UTIL_FormatSize(value, size, sizeof size);
+  UTIL_FormatIPAddr(value, address, sizeof address);
+  UTIL_FormatFloatBits(number, sizeof number, value);
+  UTIL_snprintf(line, sizeof line, "%10u  0x%.8X  %s  %s  %s", value, value, size, address, number);
   puts(line);
 }
 
