@@ -93,7 +93,7 @@ constexpr uint32_t kRetryDelayMs = 5;
 struct Hive {
   const char* file_name;
   XML_DOC* document = nullptr;  // null while it is not loaded
-  // What the file would hold if nothing had been changed since. Null when that is not known.
+  // What the file would hold if nothing had been changed since. Null when it could not be kept yet.
   char* cached_text = nullptr;
   int32_t cached_length = 0;
 };
@@ -173,14 +173,14 @@ int32_t SYS_REG_LoadHive(const char* path, Hive* hive) {
   return hive->document != nullptr ? 0 : -1;
 }
 
-// Keeps the text of a hive that was just loaded. Returns a negative result when there is no text;
-// without memory for it nothing is kept, and the hive counts as changed.
+// Keeps the text of a hive that was just loaded. Returns a negative result when that fails: nothing
+// may change the hive before, or the changed text would be kept and the change never be written.
 int32_t CacheText(Hive* hive) {
   const DocumentText text(hive->document);
   if (text.length() < 0) return text.length();
   const auto size = static_cast<uint32_t>(text.length());
   hive->cached_text = static_cast<char*>(SYS_MEM_Alloc(size));
-  if (hive->cached_text == nullptr) return 0;
+  if (hive->cached_text == nullptr) return -1;
   memcpy(hive->cached_text, text.data(), size);
   hive->cached_length = text.length();
   return 0;
@@ -280,10 +280,9 @@ int32_t Delete(const Value& value) {
     for (int32_t i = 1; value.Delete(AttributeName::OfString(value.name, i).text()) == 0; ++i) {
     }
   }
-  const bool has_element = value.Delete(value.name) >= 0;
-  return has_element && value.Delete(AttributeName::OfType(value.name).text()) >= 0
-             ? SYS_REG_SUCCESS
-             : SYS_REG_ERR_FAILED;
+  value.Delete(value.name);
+  value.Delete(AttributeName::OfType(value.name).text());
+  return SYS_REG_SUCCESS;
 }
 
 // ---- Setting ----

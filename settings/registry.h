@@ -22,7 +22,7 @@
  * Results: SYS_REG_SUCCESS (0), SYS_REG_ERR_FAILED (1), SYS_REG_ERR_NOT_FOUND (2),
  * SYS_REG_ERR_MORE_DATA (234). A name that reads as nothing makes set, query and delete return 0
  * without doing anything. A null handle or a null or empty name gives 1, and so does a handle that
- * leads to no hive.
+ * leads to no hive or to one that cannot be had, for want of its file or of memory.
  *
  * Nothing is printed. The store takes no locks: one thread at a time may use it. Between processes the
  * last flush wins. */

@@ -448,20 +448,34 @@ TEST_F(SysRegFile, CannotBeHadWithoutMemoryForWritingItsText) {
   }
 }
 
-TEST_F(SysRegFile, CountsAsChangedWithoutMemoryForItsText) {
-  PutFile("<Registry><Key/></Registry>");
+TEST_F(SysRegFile, LosesNoChangeWhenItsTextCouldNotBeKeptAtFirst) {
+  PutFile(FileWithN("1"));
+  const auto query = [] {
+    return SYS_REG_QueryValue(HKEY_CURRENT_USER, "N", nullptr, nullptr, nullptr);
+  };
   uint32_t calls_of_load = 0;
   {
     const FailingAllocation counting(1000);
-    SYS_REG_QueryValue(HKEY_CURRENT_USER, "N", nullptr, nullptr, nullptr);
+    query();
     calls_of_load = FailingAllocation::Calls();
   }
   SYS_REG_Flush();
-  EXPECT_EQ(File(), "<Registry><Key/></Registry>");
   {
     // The last allocation of a load is the copy of the text.
     const FailingAllocation failing(calls_of_load);
-    EXPECT_EQ(SYS_REG_QueryValue(HKEY_CURRENT_USER, "N", nullptr, nullptr, nullptr), 2);
+    EXPECT_EQ(query(), 1);
+  }
+  EXPECT_EQ(Key().SetDword("N", 2), 0);
+  EXPECT_EQ(query(), 2);
+  SYS_REG_Flush();
+  EXPECT_EQ(File(), FileWithN("2"));
+}
+
+TEST_F(SysRegFile, IsWrittenAnewWhenItsTextWasNeverKept) {
+  PutFile("<Registry><Key/></Registry>");
+  {
+    const FailingAllocation failing(3, FailingAllocation::Extent::kFromThenOn);
+    EXPECT_FALSE(Works());
   }
   SYS_REG_Flush();
   EXPECT_EQ(File(), "<Registry>\r\n  <Key/>\r\n</Registry>\r\n");
