@@ -38,7 +38,7 @@ setup_debian() {
         "g++ cmake ninja-build libedit-dev" \
         "libgtest-dev libgmock-dev libxml2-utils python3 bash dash" \
         "clang clang-format clang-tidy binutils" \
-        "libbenchmark-dev libglib2.0-dev libpugixml-dev pkg-config" \
+        "libbenchmark-dev libfmt-dev libstb-dev libabsl-dev libpugixml-dev librapidxml-dev libexpat1-dev libxml2-dev libglib2.0-dev pkg-config python3 gnuplot-nox binutils strace" \
         "libgtest-dev libgmock-dev python3 llvm lld $npm"); do
         case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
             "install ok installed") ;;
@@ -75,10 +75,10 @@ setup_macos() {
         exit 1
     fi
     if ! command -v brew >/dev/null; then
-        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm 'google-benchmark glib pkg-config pugixml' '')" >&2
+        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm 'google-benchmark fmt abseil stb pugixml rapidxml expat libxml2 glib pkg-config gnuplot' '')" >&2
         exit 1
     fi
-    for formula in $(packages_for "cmake ninja" "googletest python3" llvm "google-benchmark glib pkg-config pugixml" ""); do
+    for formula in $(packages_for "cmake ninja" "googletest python3" llvm "google-benchmark fmt abseil stb pugixml rapidxml expat libxml2 glib pkg-config gnuplot" ""); do
         brew list --versions "$formula" >/dev/null || brew install "$formula"
     done
 }

@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""Tells what the benchmarks measured.
+
+usage: report.py rows FOLDER            the table of the programs' rows, as Markdown
+       report.py client FOLDER          the table of the client's measures
+       report.py publish FOLDER PAGE    both, written into PAGE between its marks, and a plot beside it
+
+FOLDER holds what Google Benchmark wrote (*_bench.json) and what client_measures.py wrote
+(client.json).
+"""
+
+import json
+import pathlib
+import re
+import statistics
+import subprocess
+import sys
+
+
+# ---- The programs' rows ----
+
+class Rival:
+    def __init__(self, role):
+        self.kind, _, self.name = role.partition(" ")
+        self.times = []
+        self.target = 0
+
+    def ratios(self, times):
+        """The project's times over this rival's: of the medians, and the quartiles of the pairs."""
+        pairs = [ours / theirs for ours, theirs in zip(times, self.times)]
+        if len(pairs) > 1:
+            low, _, high = statistics.quantiles(pairs, n=4)
+        else:
+            low = high = pairs[0]
+        return statistics.median(times) / statistics.median(self.times), low, high
+
+
+class Row:
+    def __init__(self, path, workload):
+        self.path, self.workload = path, workload
+        self.times = []
+        self.rivals = []
+
+    def add(self, role, time, target):
+        if role == "project":
+            self.times.append(time)
+            return
+        if not any(role == f"{rival.kind} {rival.name}" for rival in self.rivals):
+            self.rivals.append(Rival(role))
+        rival = next(rival for rival in self.rivals if role == f"{rival.kind} {rival.name}")
+        rival.times.append(time)
+        rival.target = target
+
+    def hardest(self):
+        """The rival whose target is furthest from being met, or closest to being missed."""
+        judged = [rival for rival in self.rivals if rival.target]
+        return max(judged, key=lambda rival: rival.ratios(self.times)[0] / rival.target)
+
+
+def read_rows(folder):
+    rows = {}
+    for path in sorted(folder.glob("*_bench.json")):
+        for run in json.loads(path.read_text() or '{"benchmarks": []}')["benchmarks"]:
+            if run.get("run_type") != "iteration":
+                continue
+            if run.get("error_occurred"):
+                sys.exit(f"{run['name']}: {run['error_message']}")
+            name = run["run_name"]
+            measure = "real_time" if name.endswith("/real_time") else "cpu_time"
+            row, workload, role = name.removesuffix("/real_time").rsplit("/", 2)
+            rows.setdefault((row, workload), Row(row, workload)).add(
+                role, run[measure], run.get("target", 0))
+    return [row for row in rows.values() if row.times and row.rivals]
+
+
+def time_text(nanoseconds):
+    for unit, size in (("ms", 1e6), ("µs", 1e3)):
+        if nanoseconds >= size:
+            return f"{nanoseconds / size:.3g} {unit}"
+    return f"{nanoseconds:.3g} ns"
+
+
+def rows_table(rows):
+    yield "| Path | Work | Project | Hardest rival | Ratio (quartiles) | Target | | Others |"
+    yield "|---|---|--:|---|---|--:|---|---|"
+    for row in rows:
+        hardest = row.hardest()
+        ratio, low, high = hardest.ratios(row.times)
+        others = ", ".join(f"{rival.name} {rival.ratios(row.times)[0]:.2f}"
+                           for rival in row.rivals if rival is not hardest)
+        name = f"{hardest.name} {time_text(statistics.median(hardest.times))}"
+        yield (f"| {row.path} | {row.workload} | {time_text(statistics.median(row.times))} | {name} "
+               f"| {ratio:.2f} ({low:.2f}–{high:.2f}) | {hardest.target:g} "
+               f"| {'met' if ratio <= hardest.target else '**missed**'} | {others} |")
+
+
+# ---- The client's measures ----
+
+def client_table(folder):
+    yield "| Measure | Value | Target | | Beside it, in the same run |"
+    yield "|---|--:|--:|---|---|"
+    for measure in json.loads((folder / "client.json").read_text()):
+        is_met = (measure["value"] >= measure["target"] if measure["at_least"]
+                  else measure["value"] <= measure["target"])
+        yield (f"| {measure['name']} | {measure['value']:.3g} {measure['unit']} "
+               f"| {'≥' if measure['at_least'] else '≤'} {measure['target']:g} {measure['unit']} "
+               f"| {'met' if is_met else '**missed**'} | {measure['beside']} |")
+
+
+# ---- Publishing ----
+
+PLOT = """
+set terminal svg size 900,{height} font 'sans,11' background 'white'
+set output '{output}'
+set logscale x 2
+set xrange [0.03:4]
+set xlabel "the project's time / the hardest rival's (smaller is better)"
+set yrange [-0.7:{rows}-0.3]
+set ytics out nomirror font ',9'
+set grid x
+set key outside top center horizontal
+set lmargin 52
+$rows << END
+{data}END
+plot $rows using 2:0:(2):0:3:ytic(1) with vectors nohead lw 0 notitle, \\
+     $rows using 2:0:3:4:ytic(1) with xerrorbars pt 7 ps 0.6 lc rgb '#1f5fa8' title 'ratio and its quartiles', \\
+     $rows using 5:0 with points pt 2 ps 0.8 lc rgb '#c0392b' title 'target'
+"""
+
+
+def write_plot(rows, output):
+    lines = []
+    for row in reversed(rows):
+        hardest = row.hardest()
+        ratio, low, high = hardest.ratios(row.times)
+        label = f"{row.path}: {row.workload}".replace('"', "'").replace("\\", "\\\\\\\\")
+        lines.append(f'"{label}" {ratio:.4f} {low:.4f} {high:.4f} {hardest.target}\n')
+    program = PLOT.format(height=120 + 16 * len(rows), output=output, rows=len(rows),
+                          data="".join(lines))
+    subprocess.run(["gnuplot"], input=program, text=True, check=True)
+
+
+def replace_between(text, mark, lines):
+    begin, end = f"<!-- {mark}: begin -->\n", f"<!-- {mark}: end -->"
+    pattern = re.compile(re.escape(begin) + ".*?" + re.escape(end), re.DOTALL)
+    if not pattern.search(text):
+        sys.exit(f"The page has no marks for: {mark}")
+    return pattern.sub(lambda _: begin + "\n".join(lines) + "\n" + end, text)
+
+
+def publish(folder, page):
+    rows = read_rows(folder)
+    text = replace_between(page.read_text(), "rows", rows_table(rows))
+    page.write_text(replace_between(text, "client", client_table(folder)))
+    write_plot(rows, page.with_suffix(".svg"))
+
+
+def main(arguments):
+    if len(arguments) == 2 and arguments[0] == "rows":
+        print("\n".join(rows_table(read_rows(pathlib.Path(arguments[1])))))
+    elif len(arguments) == 2 and arguments[0] == "client":
+        print("\n".join(client_table(pathlib.Path(arguments[1]))))
+    elif len(arguments) == 3 and arguments[0] == "publish":
+        publish(pathlib.Path(arguments[1]), pathlib.Path(arguments[2]))
+    else:
+        sys.exit(__doc__)
+
+
+main(sys.argv[1:])
