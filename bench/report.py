@@ -65,9 +65,10 @@ def read_rows(folder):
                 continue
             if run.get("error_occurred"):
                 sys.exit(f"{run['name']}: {run['error_message']}")
-            name = run["run_name"]
-            measure = "real_time" if name.endswith("/real_time") else "cpu_time"
-            row, workload, role = name.removesuffix("/real_time").rsplit("/", 2)
+            # Google Benchmark marks a benchmark with its own clock by two more words.
+            name, own_clock, _ = run["run_name"].partition("/iterations:")
+            measure = "real_time" if own_clock else "cpu_time"
+            row, workload, role = name.rsplit("/", 2)
             rows.setdefault((row, workload), Row(row, workload)).add(
                 role, run[measure], run.get("target", 0))
     return [row for row in rows.values() if row.times and row.rivals]

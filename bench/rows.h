@@ -25,9 +25,10 @@ class Row {
   // The workload has no slash.
   Row(const std::string& path, const std::string& workload) : name_(path + "/" + workload) {}
 
-  // Counts the time that passes, instead of the processor's: for work that waits.
-  Row& RealTime() {
-    is_real_time_ = true;
+  // Work that has its own loop of so many iterations and says itself how long each one took
+  // (SetIterationTime), instead of the processor's time being counted: for work that waits.
+  Row& OwnClock(int64_t iterations) {
+    iterations_ = iterations;
     return *this;
   }
 
@@ -63,12 +64,12 @@ class Row {
           }
           if (target != 0) state.counters["target"] = target;
         });
-    if (is_real_time_) benchmark->UseRealTime();
+    if (iterations_ != 0) benchmark->UseManualTime()->Iterations(iterations_);
     return *this;
   }
 
   std::string name_;
-  bool is_real_time_ = false;
+  int64_t iterations_ = 0;
 };
 
 // Registers the program's rows.

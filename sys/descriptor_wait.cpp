@@ -41,11 +41,7 @@ class OneDescriptorSet {
 
 enum class Readiness { kReading, kWriting };
 
-int32_t Wait(int32_t descriptor, Readiness readiness, timeval timeout) {
-  // Linux does not look at descriptors above those a process ever had open and would wait the whole
-  // time for them; asking first gives the same answer for every descriptor that is not open. It
-  // also keeps negative numbers out and bounds the size of the set.
-  if (fcntl(descriptor, F_GETFD) == -1) return -1;
+int32_t WaitOnOpen(int32_t descriptor, Readiness readiness, timeval timeout) {
   OneDescriptorSet set(static_cast<uint32_t>(descriptor));
   if (set.get() == nullptr) {
     errno = ENOMEM;
@@ -56,6 +52,14 @@ int32_t Wait(int32_t descriptor, Readiness readiness, timeval timeout) {
   return select(descriptor + 1, reading, writing, nullptr, &timeout);
 }
 
+// Linux does not look at descriptors above those a process ever had open and would wait the whole
+// time for them; asking first gives the same answer for every descriptor that is not open. It also
+// keeps negative numbers out and bounds the size of the set.
+int32_t Wait(int32_t descriptor, Readiness readiness, timeval timeout) {
+  if (fcntl(descriptor, F_GETFD) == -1) return -1;
+  return WaitOnOpen(descriptor, readiness, timeout);
+}
+
 }  // namespace
 
 int32_t descriptor_wait::ForReading(int32_t descriptor, timeval timeout) {
@@ -64,6 +68,10 @@ int32_t descriptor_wait::ForReading(int32_t descriptor, timeval timeout) {
 
 int32_t descriptor_wait::ForWriting(int32_t descriptor, timeval timeout) {
   return Wait(descriptor, Readiness::kWriting, timeout);
+}
+
+int32_t descriptor_wait::ForWritingOnOpen(int32_t descriptor, timeval timeout) {
+  return WaitOnOpen(descriptor, Readiness::kWriting, timeout);
 }
 
 timeval descriptor_wait::FromMilliseconds(int64_t milliseconds) {

@@ -12,10 +12,13 @@
 
 namespace descriptor_wait {
 
-// Both return 1 when the descriptor is ready, 0 when the time passed, and -1 with errno set on an
+// They return 1 when the descriptor is ready, 0 when the time passed, and -1 with errno set on an
 // error: EBADF for a descriptor that is not open, EINVAL for a negative time.
 int32_t ForReading(int32_t descriptor, timeval timeout);
 int32_t ForWriting(int32_t descriptor, timeval timeout);
+
+// The same without asking first whether the descriptor is open. REQUIRES: the caller has opened it.
+int32_t ForWritingOnOpen(int32_t descriptor, timeval timeout);
 
 // Whole seconds and the rest in microseconds; a negative time gives negative parts.
 timeval FromMilliseconds(int64_t milliseconds);

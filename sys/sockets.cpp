@@ -77,21 +77,22 @@ bool IsConnected(int32_t handle) {
 }
 
 // True when the system picked the wanted port as the source port too, so that the socket met its
-// own connection request.
-bool IsConnectedToItself(int32_t handle) {
+// own connection request. Another source port, as nearly always, spares the second question.
+bool IsConnectedToItself(int32_t handle, uint16_t port) {
   sockaddr_in local{};
   sockaddr_in peer{};
   socklen_t local_length = sizeof local;
   socklen_t peer_length = sizeof peer;
   if (getsockname(handle, Generic(local), &local_length) != 0) return false;
+  if (PortOf(local) != port) return false;
   if (getpeername(handle, Generic(peer), &peer_length) != 0) return false;
-  return AddressOf(local) == AddressOf(peer) && PortOf(local) == PortOf(peer);
+  return AddressOf(local) == AddressOf(peer);
 }
 
 // Tells whether a decided attempt found a listener.
-bool HasFoundListener(int32_t handle) {
+bool HasFoundListener(int32_t handle, const sockaddr_in& target) {
   if (!IsConnected(handle)) return false;
-  if (!IsConnectedToItself(handle)) return true;
+  if (!IsConnectedToItself(handle, PortOf(target))) return true;
   // An orderly end would hold the port for a while and keep the late listener from binding it.
   platform::SetLinger(handle, true, 0);
   return false;
@@ -106,10 +107,10 @@ void SleepRestOfPass(uint64_t elapsed_us) {
 
 // Gives an attempt one pass and tells whether it found a listener. A refused attempt is closed; one
 // that is not decided stays open for the next pass.
-bool WaitOnePass(OwnedSocket& attempt) {
+bool WaitOnePass(OwnedSocket& attempt, const sockaddr_in& target) {
   const uint64_t start_us = SYS_GetTickCountUs();
-  if (descriptor_wait::ForWriting(attempt.get(), kPassTime) != 1) return false;
-  if (HasFoundListener(attempt.get())) return true;
+  if (descriptor_wait::ForWritingOnOpen(attempt.get(), kPassTime) != 1) return false;
+  if (HasFoundListener(attempt.get(), target)) return true;
   attempt.Close();
   SleepRestOfPass(SYS_GetTickCountUs() - start_us);
   return false;
@@ -177,7 +178,7 @@ int32_t SYS_SOCKET_ConnectTimeout(uint32_t address, uint16_t port, int32_t timeo
   for (;;) {
     if (!attempt.is_open()) attempt.Open(StartAttempt(target));
     if (!attempt.is_open()) return SYS_SOCKET_ERR_GENERIC;
-    if (WaitOnePass(attempt)) return attempt.Release();
+    if (WaitOnePass(attempt, target)) return attempt.Release();
     if (should_abort != nullptr && should_abort() != 0) return SYS_SOCKET_ERR_TIMEOUT;
     if (HasPassed(start_ms, timeout_ms)) return SYS_SOCKET_ERR_WOULDBLOCK;
   }
