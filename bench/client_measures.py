@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Measures the client as a whole, beside what else a user could take and beside its own pacing.
 
-usage: client_measures.py BUILD-FOLDER RESULTS.json
+usage: client_measures.py BUILD-FOLDER RESULTS.json [SHARE]
+
+SHARE is the part of the full measure of bytes and repetitions to take, 0.01 for a mere trial.
 
 The client pauses for a millisecond after each block of at most 16,383 bytes, so its throughput is
 bound by how long such a pause really takes here; that is measured in the same run. Peers: nc and
@@ -121,8 +123,13 @@ class Program:
 
 
 class Bench:
-    def __init__(self, folder):
+    def __init__(self, folder, share):
         self.client = str(folder / "bin" / "vqxclient")
+        self.share = share
+        self.stream = LINE * self.times(64 * MIB // len(LINE))
+
+    def times(self, count):
+        return max(3, round(count * self.share))
 
     def client_command(self, port):
         return [self.client, "-LocalEcho", "Off", "-VQXTelnetPort", str(port)]
@@ -148,18 +155,18 @@ class Bench:
         return seconds
 
     def client_throughput(self, on_terminal):
-        sent = LINE * (64 * MIB // len(LINE))
+        sent = self.stream
         # To a pipe a line loses its CR; a terminal gives it one again.
         shown = len(sent) if on_terminal else len(sent) - sent.count(b"\r")
-        pauses = real_pauses(1000)
+        pauses = real_pauses(self.times(1000))
         with self.session(on_terminal) as (client, connection):
             seconds = self.seconds_for(connection, client, sent, shown)
-        pauses += real_pauses(1000)
+        pauses += real_pauses(self.times(1000))
         bound = BLOCK / statistics.median(pauses)
         return len(sent) / seconds, bound
 
     def peer_throughput(self, command, on_terminal):
-        sent = LINE * (64 * MIB // len(LINE))
+        sent = self.stream
         with listener() as server:
             with Program(command(port_of(server)), on_terminal) as peer:
                 with accept(server, b"") as connection:
@@ -207,7 +214,7 @@ class Bench:
                 yield 1000 * (time.perf_counter() - start)
 
         with self.session(True) as (client, connection):
-            own = list(delays(client.keyboard, connection, 1000))
+            own = list(delays(client.keyboard, connection, self.times(1000)))
         peers = []
         for name, command in PEERS:
             with listener() as server, Program(command(port_of(server)), True) as peer:
@@ -217,7 +224,7 @@ class Bench:
                     terminal = termios.tcgetattr(peer.keyboard)
                     terminal[3] &= ~(termios.ICANON | termios.ECHO)
                     termios.tcsetattr(peer.keyboard, termios.TCSANOW, terminal)
-                    values = list(delays(peer.keyboard, connection, 200))
+                    values = list(delays(peer.keyboard, connection, self.times(200)))
                     peers.append(f"{name} p50 {percentile(values, 50):.2g}")
         beside = spread(own) + "; " + ", ".join(peers) + " ms"
         yield at_most("key to server, p50", percentile(own, 50), "ms", 7.5, beside)
@@ -233,13 +240,13 @@ class Bench:
                 yield 1000 * (time.perf_counter() - start)
 
         with self.session(True) as (client, connection):
-            own = list(delays(client.screen, connection, 1000))
+            own = list(delays(client.screen, connection, self.times(1000)))
         peers = []
         for name, command in PEERS:
             with listener() as server, Program(command(port_of(server)), True) as peer:
                 with accept(server) as connection:
                     peer.read_welcome()
-                    values = list(delays(peer.screen, connection, 200))
+                    values = list(delays(peer.screen, connection, self.times(200)))
                     peers.append(f"{name} p50 {percentile(values, 50):.2g}")
         beside = spread(own) + "; " + ", ".join(peers) + " ms"
         yield at_most("server to screen, p50", percentile(own, 50), "ms", 0.1, beside)
@@ -247,7 +254,7 @@ class Bench:
 
     def listener_to_connected(self):
         delays = []
-        for _ in range(100):
+        for _ in range(self.times(100)):
             port = free_port()
             with Program(self.client_command(port), False) as client:
                 client.read_until(b"...")
@@ -263,7 +270,7 @@ class Bench:
     # ---- At rest ----
 
     def idle(self):
-        seconds = 20
+        seconds = 20 * self.share
         with self.session(True) as (client, _):
             folder = pathlib.Path(f"/proc/{client.process.pid}")
 
@@ -279,15 +286,15 @@ class Bench:
             time.sleep(seconds)
             used, woken = processor_time() - time_before, wake_ups() - wake_ups_before
         yield at_most("idle: share of a core", 100 * used / seconds, "%", 0.5,
-                      f"the two waits of a pass alone, in this script: {self.share_of_bare_waits():.3g} %")
+                      f"the two waits of a pass alone, in this script: {self.share_of_bare_waits(self.times(500)):.3g} %")
         yield at_most("idle: wake-ups", woken / seconds, "a second", 180,
                       "two a pass: 10 ms of waiting and 1 ms of pause")
 
     @staticmethod
-    def share_of_bare_waits():
+    def share_of_bare_waits(passes):
         with listener() as silent:
             start, used = time.perf_counter(), time.thread_time()
-            for _ in range(500):
+            for _ in range(passes):
                 select.select([silent], [], [], 0.010)
                 time.sleep(0.001)
             return 100 * (time.thread_time() - used) / (time.perf_counter() - start)
@@ -316,12 +323,12 @@ class Bench:
         port = str(free_port())
         commands = {"client": self.client_command(port), "/bin/echo": ["/bin/echo", "banner"]}
         times = {name: [] for name in commands}
-        for _ in range(300):
+        for _ in range(self.times(300)):
             for name in random.sample(list(commands), len(commands)):
                 times[name].append(1000 * self.first_byte(commands[name]))
         client, echo = (statistics.median(values) for values in times.values())
         yield at_most("start to the banner's first byte, of /bin/echo's", client / echo, "times", 1.5,
-                      f"client {client:.2f} ms, /bin/echo {echo:.2f} ms; medians of 300")
+                      f"client {client:.2f} ms, /bin/echo {echo:.2f} ms; medians of {len(times['client'])}")
 
     @staticmethod
     def first_byte(command):
@@ -362,9 +369,10 @@ def kibibytes(program, name):
 
 
 def main(arguments):
-    if len(arguments) != 2:
+    if len(arguments) not in (2, 3):
         sys.exit(__doc__)
-    bench = Bench(pathlib.Path(arguments[0]).resolve())
+    share = float(arguments[2]) if len(arguments) == 3 else 1
+    bench = Bench(pathlib.Path(arguments[0]).resolve(), share)
     groups = (bench.throughput, bench.writes_per_block, bench.key_to_server, bench.server_to_screen,
               bench.listener_to_connected, bench.idle, bench.start, bench.memory, bench.size)
     measures = [measure for group in groups for measure in group()]

@@ -60,7 +60,8 @@ class Row:
 def read_rows(folder):
     rows = {}
     for path in sorted(folder.glob("*_bench.json")):
-        for run in json.loads(path.read_text() or '{"benchmarks": []}')["benchmarks"]:
+        runs = json.loads(path.read_text() or '{"benchmarks": []}')["benchmarks"]
+        for run in sorted(runs, key=lambda run: run["family_index"]):
             if run.get("run_type") != "iteration":
                 continue
             if run.get("error_occurred"):
@@ -71,7 +72,8 @@ def read_rows(folder):
             row, workload, role = name.rsplit("/", 2)
             rows.setdefault((row, workload), Row(row, workload)).add(
                 role, run[measure], run.get("target", 0))
-    return [row for row in rows.values() if row.times and row.rivals]
+    rows = [row for row in rows.values() if row.times and row.rivals]
+    return rows or sys.exit("Nothing was measured: no row's name fits.")
 
 
 def time_text(nanoseconds):

@@ -38,7 +38,7 @@ setup_debian() {
         "g++ cmake ninja-build libedit-dev" \
         "libgtest-dev libgmock-dev libxml2-utils python3 bash dash" \
         "clang clang-format clang-tidy binutils" \
-        "libbenchmark-dev libfmt-dev libstb-dev libabsl-dev libpugixml-dev librapidxml-dev libexpat1-dev libxml2-dev libglib2.0-dev pkg-config python3 gnuplot-nox binutils strace" \
+        "libbenchmark-dev libfmt-dev libstb-dev libabsl-dev libpugixml-dev librapidxml-dev libexpat1-dev libxml2-dev libglib2.0-dev pkg-config python3 gnuplot-nox binutils strace netcat-openbsd socat" \
         "libgtest-dev libgmock-dev python3 llvm lld $npm"); do
         case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
             "install ok installed") ;;
