@@ -45,7 +45,8 @@ if(TARVEN_COVERAGE)
   target_link_options(tarven_common INTERFACE --coverage)
 endif()
 
+include(Hardening)
 add_library(tarven_product INTERFACE)
 target_compile_options(tarven_product INTERFACE -fvisibility=hidden
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
-target_link_libraries(tarven_product INTERFACE tarven_common)
+target_link_libraries(tarven_product INTERFACE tarven_common tarven_hardened)
