@@ -70,15 +70,20 @@ setup_debian() {
 }
 
 setup_macos() {
+    if [ "$purpose" = bench ]; then
+        echo "The benchmarks take their peers from Debian's packages; please run them there." >&2
+        exit 1
+    fi
     if ! xcode-select -p >/dev/null 2>&1; then
         echo "The command-line tools are missing. Run: xcode-select --install" >&2
         exit 1
     fi
+    formulae=$(packages_for "cmake ninja" "googletest python3" llvm "" "")
     if ! command -v brew >/dev/null; then
-        echo "Homebrew is missing; it supplies: $(packages_for 'cmake ninja' 'googletest python3' llvm 'google-benchmark fmt abseil stb pugixml rapidxml expat libxml2 glib pkg-config gnuplot' '')" >&2
+        echo "Homebrew is missing; it supplies:" $formulae >&2
         exit 1
     fi
-    for formula in $(packages_for "cmake ninja" "googletest python3" llvm "google-benchmark fmt abseil stb pugixml rapidxml expat libxml2 glib pkg-config gnuplot" ""); do
+    for formula in $formulae; do
         brew list --versions "$formula" >/dev/null || brew install "$formula"
     done
 }
