@@ -6,6 +6,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <regex>
 
 namespace client_test {
@@ -72,6 +75,23 @@ std::string ClientRun::Output() const {
 
 std::vector<std::string> PortArguments(const ScriptedServer& server) {
   return {"-VQXTelnetPort", std::to_string(server.port())};
+}
+
+void Welcome(ScriptedServer& server, ClientRun& client, size_t nth) {
+  ASSERT_TRUE(server.Accept());
+  ASSERT_TRUE(server.Send("Welcome\r\n"));
+  ASSERT_TRUE(client.output().WaitFor("Welcome\n", nth));
+}
+
+Holdings HoldingsOf(pid_t pid) {
+  const std::filesystem::path process = "/proc/" + std::to_string(pid);
+  const std::filesystem::directory_iterator all(process / "fd");
+  Holdings holdings{.descriptors = std::distance(begin(all), end(all)), .resident_kib = 0};
+  std::ifstream status(process / "status");
+  for (std::string word; status >> word && word != "VmRSS:";) {
+  }
+  status >> holdings.resident_kib;
+  return holdings;
 }
 
 }  // namespace client_test

@@ -2,6 +2,9 @@
 #ifndef TARVEN_TESTS_CLIENT_CLIENT_RUN_H_
 #define TARVEN_TESTS_CLIENT_CLIENT_RUN_H_
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -29,6 +32,8 @@ class ScriptedServer {
   bool Send(std::string_view bytes) const { return connection_.Send(bytes); }
   // Receives exactly that many bytes, or fewer when the time passes or the client closes.
   std::string Receive(size_t size) const { return connection_.Receive(size); }
+  // Sends no more, and goes on receiving.
+  void ShutDownSending() const { connection_.ShutDownSending(); }
   // Ends the connection in order, or with a reset.
   void Close() { connection_.Close(); }
   void Reset() { connection_.Reset(); }
@@ -77,6 +82,17 @@ class ClientRun {
 
 // The arguments that point the client at a server.
 std::vector<std::string> PortArguments(const ScriptedServer& server);
+
+// Accepts the client's nth connection and sends it a welcome, up to the moment when it is shown.
+void Welcome(ScriptedServer& server, ClientRun& client, size_t nth = 1);
+
+// What a process holds, as the system counts it.
+struct Holdings {
+  std::ptrdiff_t descriptors;
+  size_t resident_kib;
+};
+
+Holdings HoldingsOf(pid_t pid);
 
 }  // namespace client_test
 

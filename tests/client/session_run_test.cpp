@@ -29,13 +29,6 @@ bool EndsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// A client that has just been welcomed.
-void Welcome(ScriptedServer& server, ClientRun& client, size_t nth = 1) {
-  ASSERT_TRUE(server.Accept());
-  ASSERT_TRUE(server.Send("Welcome\r\n"));
-  ASSERT_TRUE(client.output().WaitFor("Welcome\n", nth));
-}
-
 TEST(ClientConnect, UsesTheDefaultPortWithoutOneAndWithPortZero) {
   const std::vector<std::vector<std::string>> lines = {{}, {"-VQXTelnetPort", "0"}};
   for (const auto& arguments : lines) {
@@ -78,23 +71,6 @@ TEST(ClientConnect, FailureToCreateASocketEndsTheClient) {
                        "VQX Client will be closed.\r\n" +
                            std::string(kShutDown)))
       << client.Output();
-}
-
-// What a process holds, as the system counts it.
-struct Holdings {
-  std::ptrdiff_t descriptors;
-  size_t resident_kib;
-};
-
-Holdings HoldingsOf(pid_t pid) {
-  const std::filesystem::path process = "/proc/" + std::to_string(pid);
-  const std::filesystem::directory_iterator all(process / "fd");
-  Holdings holdings{.descriptors = std::distance(begin(all), end(all)), .resident_kib = 0};
-  std::ifstream status(process / "status");
-  for (std::string word; status >> word && word != "VmRSS:";) {
-  }
-  status >> holdings.resident_kib;
-  return holdings;
 }
 
 TEST(ClientConnect, LostConnectionsLeaveNoDescriptorAndNoMemoryBehind) {
