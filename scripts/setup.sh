@@ -1,45 +1,56 @@
 #!/bin/sh
 # Installs what is missing on this machine, and nothing that is there already.
 #
-#   scripts/setup.sh         what building and running the client takes
-#   scripts/setup.sh test    the same for the tests
-#   scripts/setup.sh ci      the same for every check of .ci/run
-#   scripts/setup.sh bench   the same for the benchmarks
-#   scripts/setup.sh darwin  what cross-building for macOS takes (on Debian); the compiler goes to
-#                            build/toolchain
+#   scripts/setup.sh           what building and running the client takes
+#   scripts/setup.sh test      the same for the tests
+#   scripts/setup.sh ci        the same for every check of .ci/run
+#   scripts/setup.sh bench     the same for the benchmarks
+#   scripts/setup.sh coverage  the same for the tests' coverage
+#   scripts/setup.sh darwin    what cross-building for macOS takes (on Debian); the compiler goes to
+#                              build/toolchain
 set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci | bench | darwin) ;;
+    run | test | ci | bench | coverage | darwin) ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci|bench|darwin]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|darwin]" >&2
         exit 2
         ;;
 esac
 
-# packages_for RUN TEST CI BENCH DARWIN: prints the words of the lists that the purpose takes.
-packages_for() {
-    echo "$1"
+debian_packages() {
+    echo g++ cmake ninja-build libedit-dev
+    tests="libgtest-dev libgmock-dev libxml2-utils nftables python3 bash dash"
     case $purpose in
-        test) echo "$2" ;;
-        ci) echo "$2 $3" ;;
-        bench) echo "$4" ;;
-        darwin) echo "$5" ;;
+        test) echo "$tests" ;;
+        ci) echo "$tests clang clang-format clang-tidy binutils" ;;
+        coverage) echo "$tests gcovr" ;;
+        bench)
+            echo libbenchmark-dev libfmt-dev libstb-dev libabsl-dev libpugixml-dev librapidxml-dev
+            echo libexpat1-dev libxml2-dev libglib2.0-dev pkg-config netcat-openbsd socat
+            echo python3 gnuplot-nox strace binutils
+            ;;
+        darwin)
+            echo libgtest-dev libgmock-dev python3 llvm lld
+            # Where npm is there without its package, another Node.js has brought it.
+            command -v npm >/dev/null || echo nodejs npm
+            ;;
+    esac
+}
+
+brew_formulae() {
+    echo cmake ninja
+    case $purpose in
+        test) echo googletest python3 ;;
+        ci) echo googletest python3 llvm ;;
+        coverage) echo googletest python3 gcovr ;;
     esac
 }
 
 setup_debian() {
-    # Where npm is there without its package, another Node.js has brought it.
-    npm="nodejs npm"
-    ! command -v npm >/dev/null || npm=
     missing=
-    for package in $(packages_for \
-        "g++ cmake ninja-build libedit-dev" \
-        "libgtest-dev libgmock-dev libxml2-utils python3 bash dash" \
-        "clang clang-format clang-tidy binutils" \
-        "libbenchmark-dev libfmt-dev libstb-dev libabsl-dev libpugixml-dev librapidxml-dev libexpat1-dev libxml2-dev libglib2.0-dev pkg-config python3 gnuplot-nox binutils strace netcat-openbsd socat" \
-        "libgtest-dev libgmock-dev python3 llvm lld $npm"); do
+    for package in $(debian_packages); do
         case $(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true) in
             "install ok installed") ;;
             *) missing="$missing $package" ;;
@@ -78,12 +89,11 @@ setup_macos() {
         echo "The command-line tools are missing. Run: xcode-select --install" >&2
         exit 1
     fi
-    formulae=$(packages_for "cmake ninja" "googletest python3" llvm "" "")
     if ! command -v brew >/dev/null; then
-        echo "Homebrew is missing; it supplies:" $formulae >&2
+        echo "Homebrew is missing; it supplies:" $(brew_formulae) >&2
         exit 1
     fi
-    for formula in $formulae; do
+    for formula in $(brew_formulae); do
         brew list --versions "$formula" >/dev/null || brew install "$formula"
     done
 }
