@@ -90,8 +90,10 @@ UNITS = {
 SYSTEM_EXCEPTIONS = {
     # The session asks the terminal itself: the one source outside sys/ and probe/ that may.
     "client/terminal_mode.cpp": UNIX,
-    # CMake takes it for this processor alone.
+    # CMake takes them for this processor alone.
+    "util/byte_search_x86_64.cpp": {STANDARD, PROCESSOR},
     "util/byte_swap_x86_64.cpp": {STANDARD, PROCESSOR},
+    "util/processor_x86_64.cpp": {STANDARD, PROCESSOR},
 }
 
 PUBLIC_FOLDERS = {"util", "sys", "settings", "probe"}

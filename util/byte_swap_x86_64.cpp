@@ -1,37 +1,14 @@
 // For x86-64. The first of these processors have no byte shuffle and the younger ones one of 32 bytes,
 // so the processor is asked.
-#include <cpuid.h>
 #include <immintrin.h>
 
-#include <atomic>
-
 #include "util/byte_swap.h"
+#include "util/processor_x86_64.h"
 
 namespace {
 
 using byte_swap::kRunSize;
 using byte_swap::Shuffle;
-
-// ---- What the processor knows ----
-
-// Whether the system keeps the registers of 32 bytes when it switches threads.
-[[gnu::target("xsave")]] bool SystemKeepsWideRegisters() {
-  constexpr uint64_t kSseAndAvxState = 6;
-  return (_xgetbv(0) & kSseAndAvxState) == kSseAndAvxState;
-}
-
-Shuffle AskProcessor() {
-  uint32_t eax = 0;
-  uint32_t ebx = 0;
-  uint32_t ecx = 0;
-  uint32_t edx = 0;
-  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || (ecx & bit_SSSE3) == 0) return Shuffle::kNone;
-  if ((ecx & bit_OSXSAVE) == 0 || !SystemKeepsWideRegisters()) return Shuffle::k16Bytes;
-  if (__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) == 0) return Shuffle::k16Bytes;
-  return (ebx & bit_AVX2) != 0 ? Shuffle::k32Bytes : Shuffle::k16Bytes;
-}
-
-// ---- Runs ----
 
 // Which byte of a vector comes to each place of it. The shuffles count within 16 bytes.
 struct alignas(kRunSize) Order {
@@ -77,14 +54,14 @@ const Order& KnownOrder(size_t element_size) { return kOrders[element_size / 4];
 }  // namespace
 
 Shuffle byte_swap::WidestShuffle() {
-  // Asking takes long, in a virtual machine above all. Threads that ask at once find the same.
-  static constinit std::atomic<int> widest = -1;
-  int known = widest.load(std::memory_order_relaxed);
-  if (known < 0) {
-    known = static_cast<int>(AskProcessor());
-    widest.store(known, std::memory_order_relaxed);
+  switch (processor::WidestVectors()) {
+    case processor::Vectors::kAvx2:
+      return Shuffle::k32Bytes;
+    case processor::Vectors::kSsse3:
+      return Shuffle::k16Bytes;
+    default:
+      return Shuffle::kNone;
   }
-  return static_cast<Shuffle>(known);
 }
 
 size_t byte_swap::SwapRuns(uint8_t* destination, const uint8_t* source, size_t size,

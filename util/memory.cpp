@@ -1,11 +1,12 @@
 #include "util/memory.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstring>
 
+#include "util/byte_blocks.h"
 #include "util/byte_order.h"
+#include "util/byte_search.h"
 #include "util/format.h"
 #include "util/text.h"
 
@@ -16,72 +17,19 @@ using byte_order::StoreBig;
 
 // ---- Comparison ----
 
-using Block [[gnu::vector_size(16)]] = uint8_t;
-
-// Blocks are compared in groups, since asking what a comparison gave takes longer than making it.
-constexpr size_t kGroupSize = 4 * sizeof(Block);
-
-// What a comparison calls different. A block's difference is not 0 in the bytes that differ.
-struct Exact {
-  static Block Difference(Block first, Block second) { return first ^ second; }
-  static bool Differ(uint8_t first, uint8_t second) { return first != second; }
-};
-
-struct WithoutCase {
-  // The one bit in which "A" to "Z" and "a" to "z" differ makes no difference in letters.
-  static Block Difference(Block first, Block second) {
-    constexpr uint8_t kCaseBit = 'a' - 'A';
-    const auto is_letter = static_cast<Block>((first | kCaseBit) - 'a' <= 'z' - 'a');
-    return (first ^ second) & ~(is_letter & kCaseBit);
-  }
-  static bool Differ(uint8_t first, uint8_t second) {
-    return UTIL_aToLower[first] != UTIL_aToLower[second];
-  }
-};
-
-// Two buffers of the same size.
-template <typename Rule>
-class Pair {
- public:
-  Pair(const void* first, const void* second)
-      : first_(static_cast<const uint8_t*>(first)), second_(static_cast<const uint8_t*>(second)) {}
-
-  // The index of the first of count bytes that differs, or -1.
-  int64_t FirstDifference(size_t count) const {
-    size_t i = 0;
-    while (count - i >= kGroupSize && !IsAnySet(GroupDifference(i))) i += kGroupSize;
-    while (count - i >= sizeof(Block) && !IsAnySet(BlockDifference(i))) i += sizeof(Block);
-    while (i < count && !Rule::Differ(first_[i], second_[i])) ++i;
-    return i < count ? static_cast<int64_t>(i) : -1;
-  }
-
- private:
-  Block BlockDifference(size_t index) const {
-    return Rule::Difference(LoadLittle<Block>(first_ + index), LoadLittle<Block>(second_ + index));
-  }
-
-  Block GroupDifference(size_t index) const {
-    return BlockDifference(index) | BlockDifference(index + 16) | BlockDifference(index + 32) |
-           BlockDifference(index + 48);
-  }
-
-  static bool IsAnySet(Block block) {
-    struct Halves {
-      uint64_t low;
-      uint64_t high;
-    };
-    const auto halves = std::bit_cast<Halves>(block);
-    return (halves.low | halves.high) != 0;
-  }
-
-  const uint8_t* first_;
-  const uint8_t* second_;
-};
+int64_t FirstDifferenceWithoutCase(const void* first, const void* second, size_t size) {
+  return byte_blocks::FirstDifference(byte_blocks::Pair<byte_blocks::WithoutCase>(first, second),
+                                      size);
+}
 
 size_t NotNegative(int32_t count) { return static_cast<size_t>(std::max(count, 0)); }
 
-int8_t FoldedByte(const void* buffer, int64_t index) {
-  return static_cast<int8_t>(UTIL_aToLower[static_cast<const uint8_t*>(buffer)[index]]);
+uint8_t ByteAt(const void* buffer, int64_t index) {
+  return static_cast<const uint8_t*>(buffer)[index];
+}
+
+int8_t FoldedByteAt(const void* buffer, int64_t index) {
+  return static_cast<int8_t>(UTIL_aToLower[ByteAt(buffer, index)]);
 }
 
 // ---- Records ----
@@ -92,6 +40,16 @@ void CopyRecord(uint8_t* destination, size_t destination_size, const uint8_t* so
   const size_t copied = std::min(destination_size, source_size);
   memcpy(destination, source, copied);
   memset(destination + copied, 0, destination_size - copied);
+}
+
+// Apart, so that records of equal sizes cost no more than their copy.
+[[gnu::noinline]] void CopyResized(uint8_t* destination, uint32_t destination_size,
+                                   const uint8_t* source, uint32_t source_size, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i) {
+    CopyRecord(destination, destination_size, source, source_size);
+    destination += destination_size;
+    source += source_size;
+  }
 }
 
 constexpr uint32_t kSizeField = 4;
@@ -111,31 +69,25 @@ void ReportIllegalSize(const char* name, uint32_t payload_size) {
 }  // namespace
 
 int32_t UTIL_FindFirstDiff(const void* first, const void* second, int32_t count) {
-  return static_cast<int32_t>(Pair<Exact>(first, second).FirstDifference(NotNegative(count)));
+  return byte_search::FirstDifference(first, second, NotNegative(count));
 }
 
 int32_t UTIL_FindFirstDiffNoCase(const void* first, const void* second, int32_t count) {
-  return static_cast<int32_t>(Pair<WithoutCase>(first, second).FirstDifference(NotNegative(count)));
+  return static_cast<int32_t>(FirstDifferenceWithoutCase(first, second, NotNegative(count)));
 }
 
 int32_t UTIL_memcmp(const void* first, const void* second, int32_t count) {
-  const int32_t index = UTIL_FindFirstDiff(first, second, count);
-  if (index < 0) return 0;
-  return static_cast<const uint8_t*>(first)[index] - static_cast<const uint8_t*>(second)[index];
+  const int32_t i = byte_search::FirstDifference(first, second, NotNegative(count));
+  return i < 0 ? 0 : ByteAt(first, i) - ByteAt(second, i);
 }
 
 int32_t UTIL_memicmp(const void* first, const void* second, uint32_t count) {
-  const int64_t index = Pair<WithoutCase>(first, second).FirstDifference(count);
-  return index < 0 ? 0 : FoldedByte(first, index) - FoldedByte(second, index);
+  const int64_t i = FirstDifferenceWithoutCase(first, second, count);
+  return i < 0 ? 0 : FoldedByteAt(first, i) - FoldedByteAt(second, i);
 }
 
 int32_t UTIL_FindNotByte(const void* buffer, uint8_t byte, uint32_t count) {
-  const auto* const bytes = static_cast<const uint8_t*>(buffer);
-  if (count == 0) return -1;
-  if (bytes[0] != byte) return 0;
-  // All bytes are equal when each equals its neighbour.
-  const int64_t index = Pair<Exact>(bytes, bytes + 1).FirstDifference(count - 1);
-  return index < 0 ? -1 : static_cast<int32_t>(index + 1);
+  return byte_search::FirstOther(buffer, byte, count);
 }
 
 void UTIL_Reverse(void* buffer, uint32_t length) {
@@ -154,17 +106,13 @@ void UTIL_Reverse(void* buffer, uint32_t length) {
 void UTIL_CopyRecords(void* destination, uint32_t destination_size, const void* source,
                       uint32_t source_size, uint32_t count) {
   if (destination == nullptr || source == nullptr || destination_size == 0 || count == 0) return;
-  auto* to = static_cast<uint8_t*>(destination);
-  const auto* from = static_cast<const uint8_t*>(source);
-  if (source_size == destination_size) {
-    memcpy(to, from, size_t{count} * destination_size);
+  auto* const to = static_cast<uint8_t*>(destination);
+  const auto* const from = static_cast<const uint8_t*>(source);
+  if (source_size != destination_size) {
+    CopyResized(to, destination_size, from, source_size, count);
     return;
   }
-  for (uint32_t i = 0; i < count; ++i) {
-    CopyRecord(to, destination_size, from, source_size);
-    to += destination_size;
-    from += source_size;
-  }
+  memcpy(to, from, size_t{count} * destination_size);
 }
 
 void UTIL_CopyAPIStruct(void* destination, const void* source, const char* name) {

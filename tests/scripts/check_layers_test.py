@@ -230,8 +230,9 @@ class CheckLayersTest(unittest.TestCase):
                             '#include "settings/xml.h"')
 
     def test_one_processors_headers_are_for_its_source(self):
-        self.assert_accepted("util/byte_swap_x86_64.cpp", "#include <cpuid.h>",
-                             "#include <immintrin.h>", "#include <atomic>")
+        for source in ("byte_search", "byte_swap", "processor"):
+            self.assert_accepted(f"util/{source}_x86_64.cpp", "#include <cpuid.h>",
+                                 "#include <immintrin.h>", "#include <atomic>")
         self.assert_refused("util/byte_swap_x86_64.cpp",
                             f"util may not include <sys/sysctl.h>, {SPECIFIC}",
                             "#include <sys/sysctl.h>")
