@@ -8,6 +8,7 @@
 
 #include "util/character_set.h"
 #include "util/text.h"
+#include "util/text_compare.h"
 
 namespace {
 
@@ -70,11 +71,7 @@ void UTIL_strncat(char* destination, const char* source, uint32_t maximum, uint3
 }
 
 int32_t UTIL_strnicmp(const char* first, const char* second, uint32_t maximum) {
-  for (uint32_t i = 0; i < maximum; ++i) {
-    const int32_t difference = UTIL_CharToLower(first[i]) - UTIL_CharToLower(second[i]);
-    if (difference != 0 || first[i] == '\0') return difference;
-  }
-  return 0;
+  return text_compare::WithoutCase(first, second, maximum);
 }
 
 int32_t UTIL_strchrIndex(const char* text, int character) {
@@ -90,10 +87,12 @@ uint32_t UTIL_strnlen(const char* text, uint32_t maximum) {
 }
 
 int32_t UTIL_IsPlainText(const char* text) {
-  const std::string_view characters(text);
-  uint8_t used_bits = 0;
-  for (const char character : characters) used_bits |= static_cast<uint8_t>(character);
-  return used_bits < 0x80 && characters.find('"') == std::string_view::npos ? 1 : 0;
+  // Not left at the first other character, so that compilers can look at many at once.
+  uint8_t others = 0;
+  for (const char character : std::string_view(text)) {
+    others |= static_cast<uint8_t>((character & 0x80) | (character == '"' ? 1 : 0));
+  }
+  return others == 0 ? 1 : 0;
 }
 
 int32_t UTIL_IsPlainTextNonEmpty(const char* text) {

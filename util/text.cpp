@@ -1,7 +1,11 @@
 #include "util/text.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+
+#include "util/byte_blocks.h"
+#include "util/text_compare.h"
 
 // clang-format off
 const uint8_t UTIL_aToLower[256] = {
@@ -30,7 +34,38 @@ int8_t Folded(char character) {
   return static_cast<int8_t>(UTIL_aToLower[static_cast<uint8_t>(character)]);
 }
 
+size_t Length(const char* text, size_t maximum) {
+  const void* const end = memchr(text, '\0', maximum);
+  return end != nullptr ? static_cast<size_t>(static_cast<const char*>(end) - text) : maximum;
+}
+
+// The index of the first difference, or the length of the shorter string, or maximum.
+size_t EqualWithoutCase(const char* first, const char* second, size_t maximum) {
+  const size_t length = Length(second, Length(first, maximum));
+  const byte_blocks::Pair<byte_blocks::WithoutCase> pair(first, second);
+  const int64_t index = byte_blocks::FirstDifference(pair, length);
+  return index >= 0 ? static_cast<size_t>(index) : length;
+}
+
 }  // namespace
+
+int32_t text_compare::WithoutCase(const char* first, const char* second, size_t maximum) {
+  // Most strings differ or end within a few characters. The others are compared in stretches, whose
+  // lengths are looked for in advance.
+  constexpr size_t kFew = 16;
+  constexpr size_t kStretch = 256;
+  for (size_t i = 0; i < std::min(maximum, kFew); ++i) {
+    const int32_t difference = Folded(first[i]) - Folded(second[i]);
+    if (difference != 0 || first[i] == '\0') return difference;
+  }
+  for (size_t i = kFew; i < maximum;) {
+    const size_t stretch = std::min(maximum - i, kStretch);
+    const size_t equal = EqualWithoutCase(first + i, second + i, stretch);
+    i += equal;
+    if (equal < stretch) return Folded(first[i]) - Folded(second[i]);
+  }
+  return 0;
+}
 
 void UTIL_CopyString(char* destination, const char* source, uint32_t capacity) {
   if (destination == nullptr || source == nullptr || capacity == 0) return;
@@ -40,12 +75,7 @@ void UTIL_CopyString(char* destination, const char* source, uint32_t capacity) {
 }
 
 int32_t UTIL_stricmp(const char* first, const char* second) {
-  // The end of the second string needs no test: its zero differs from any other character.
-  while (*first != '\0' && Folded(*first) == Folded(*second)) {
-    ++first;
-    ++second;
-  }
-  return Folded(*first) - Folded(*second);
+  return text_compare::WithoutCase(first, second, SIZE_MAX);
 }
 
 uint64_t UTIL_strlen(const char* text) { return strlen(text); }

@@ -8,12 +8,13 @@
 #include <string>
 #include <string_view>
 
-#include "tests/support/guarded_buffer.h"
+#include "tests/support/guarded_bytes.h"
 
 namespace {
 
 using std::string_view_literals::operator""sv;
 using support::GuardedBuffer;
+using support::GuardedBytes;
 using support::GuardedString;
 
 constexpr std::string_view kCapitals = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
@@ -337,6 +338,28 @@ TEST(UtilStrnicmp, ReadsNothingBehindTheMaximum) {
   memcpy(first.data(), "abc", 3);
   memcpy(second.data(), "ABC", 3);
   EXPECT_EQ(UTIL_strnicmp(first.data(), second.data(), 3), 0);
+}
+
+// So many characters that they are compared in several ways. The buffers have no terminator.
+TEST(UtilStrnicmp, ComparesExactlyTheMaximum) {
+  for (uint32_t maximum = 0; maximum <= 600; ++maximum) {
+    GuardedBytes first(support::Bytes(maximum, 'q'));
+    GuardedBytes second(support::Bytes(maximum, 'Q'));
+    ASSERT_EQ(UTIL_strnicmp(first.data(), second.data(), maximum), 0) << maximum;
+    if (maximum == 0) continue;
+    second.bytes()[maximum - 1] = 'P';
+    ASSERT_EQ(UTIL_strnicmp(first.data(), second.data(), maximum), 1) << maximum;
+    ASSERT_EQ(UTIL_strnicmp(first.data(), second.data(), maximum - 1), 0) << maximum;
+  }
+}
+
+TEST(UtilStrnicmp, LongStringsMayEndBeforeTheMaximum) {
+  for (size_t length = 0; length <= 600; ++length) {
+    const std::string text(length, 'q');
+    ASSERT_EQ(Compare(text, std::string(length, 'Q'), 1000), 0) << length;
+    ASSERT_EQ(Compare(text, text + "a", 1000), -97) << length;
+    ASSERT_EQ(Compare(text + "A", text, 1000), 97) << length;
+  }
 }
 
 TEST(UtilStrnicmp, BytesAbove127AreSignedNumbers) {

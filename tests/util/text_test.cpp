@@ -174,6 +174,56 @@ TEST(UtilStricmp, BytesAbove127AreSignedNumbers) {
   EXPECT_EQ(Compare("\xFF", "\x80"), 127);
 }
 
+// Capitals and small letters, so many that the strings are compared in several ways.
+constexpr size_t kLong = 600;
+
+TEST(UtilStricmp, FindsADifferenceAtEveryPlaceOfLongStrings) {
+  GuardedString first(std::string(kLong, 'q'));
+  GuardedString second(std::string(kLong, 'Q'));
+  EXPECT_EQ(UTIL_stricmp(first.text(), second.text()), 0);
+  for (size_t i = kLong; i-- > 0;) {
+    second.text()[i] = 'N';  // those behind it stay different
+    ASSERT_EQ(UTIL_stricmp(first.text(), second.text()), 3) << i;
+    ASSERT_EQ(UTIL_stricmp(second.text(), first.text()), -3) << i;
+  }
+}
+
+TEST(UtilStricmp, ReadsNothingBehindTheEndOfLongStrings) {
+  const std::string small(kLong, 'q');
+  const std::string capital(kLong, 'Q');
+  for (size_t length = 0; length <= kLong; ++length) {
+    GuardedString cut(small.substr(0, length));
+    GuardedString equal(capital.substr(0, length));
+    GuardedString longer(capital.substr(0, length) + "a");
+    ASSERT_EQ(UTIL_stricmp(cut.text(), equal.text()), 0) << length;
+    ASSERT_EQ(UTIL_stricmp(cut.text(), longer.text()), -97) << length;
+    ASSERT_EQ(UTIL_stricmp(longer.text(), cut.text()), 97) << length;
+  }
+}
+
+TEST(UtilStricmp, ReadsNothingBehindTheEndOfTheShorterString) {
+  GuardedString whole(std::string(kLong, 'q'));
+  for (size_t length = 0; length < kLong; ++length) {
+    GuardedString start(std::string(length, 'Q'));
+    ASSERT_EQ(UTIL_stricmp(whole.text(), start.text()), 113) << length;
+    ASSERT_EQ(UTIL_stricmp(start.text(), whole.text()), -113) << length;
+  }
+}
+
+TEST(UtilStricmp, OnlyLettersAreFoldedInLongStringsToo) {
+  const std::string start(100, 'x');
+  for (int a = 1; a < 256; ++a) {
+    for (const int b : {a ^ 0x20, a ^ 0x80, a}) {
+      if (b == 0) continue;
+      const int folded_a = static_cast<int8_t>(UTIL_aToLower[a]);
+      const int folded_b = static_cast<int8_t>(UTIL_aToLower[b]);
+      ASSERT_EQ(Compare(start + static_cast<char>(a), start + static_cast<char>(b)),
+                folded_a - folded_b)
+          << a << " and " << b;
+    }
+  }
+}
+
 // ---- Length ----
 
 TEST(UtilStrlen, CountsTheCharactersBeforeTheZero) {
