@@ -63,6 +63,35 @@ void StoreMasked(uint8_t& byte, uint8_t value, uint32_t mask) {
   byte = static_cast<uint8_t>((byte & ~mask) | (value & mask));
 }
 
+// Fills one word to two, which may overlap.
+template <typename Word>
+void FillEnds(uint8_t* bytes, size_t size, uint64_t repeated) {
+  StoreLittle(bytes, static_cast<Word>(repeated));
+  StoreLittle(bytes + size - sizeof(Word), static_cast<Word>(repeated));
+}
+
+void FillFew(uint8_t* bytes, size_t size, uint64_t repeated) {
+  if (size >= 8) return FillEnds<uint64_t>(bytes, size, repeated);
+  if (size >= 4) return FillEnds<uint32_t>(bytes, size, repeated);
+  if (size >= 2) return FillEnds<uint16_t>(bytes, size, repeated);
+  if (size == 1) *bytes = static_cast<uint8_t>(repeated);
+}
+
+// Runs are short as a rule, and a call takes longer than they do.
+void Fill(uint8_t* bytes, size_t size, uint8_t fill) {
+  constexpr size_t kShort = 64;
+  using Block [[gnu::vector_size(16)]] = uint8_t;
+  if (size >= kShort) {
+    memset(bytes, fill, size);
+    return;
+  }
+  if (size < sizeof(Block)) return FillFew(bytes, size, fill * uint64_t{0x0101010101010101});
+  const Block block = Block{} + fill;
+  const size_t last = size - sizeof(Block);
+  for (size_t i = 0; i < last; i += sizeof(Block)) StoreLittle(bytes + i, block);
+  StoreLittle(bytes + last, block);
+}
+
 // Gives a run of bits those of fill, which is 0x00 or 0xFF. Positions are counted in 64 bits, since
 // the end of a run may lie behind the last one that 32 bits can say.
 void FillBits(uint8_t* buffer, uint32_t first_bit, uint32_t count, uint8_t fill) {
@@ -74,8 +103,8 @@ void FillBits(uint8_t* buffer, uint32_t first_bit, uint32_t count, uint8_t fill)
   const uint32_t up_to_last = 0xFFU >> (7 - last_bit % 8);
   if (first == last) return StoreMasked(*first, fill, from_first & up_to_last);
   StoreMasked(*first, fill, from_first);
-  memset(first + 1, fill, static_cast<size_t>(last - first - 1));
   StoreMasked(*last, fill, up_to_last);
+  Fill(first + 1, static_cast<size_t>(last - first - 1), fill);
 }
 
 }  // namespace

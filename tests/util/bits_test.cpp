@@ -347,6 +347,24 @@ TEST(UtilSetBitRange, TakesAnyRunInTheLastBytesOfABuffer) {
   }
 }
 
+// Runs of every number of bytes that are stored in another way, from any bit of the first byte to any
+// of the last one.
+TEST(UtilSetBitRange, TakesRunsOfManyBytes) {
+  for (uint32_t size = 2; size <= 140; ++size) {
+    for (uint32_t before = 0; before < 8; ++before) {
+      const uint32_t behind = (before * 3 + size) % 8;
+      const uint32_t count = size * 8 - before - behind;
+      SCOPED_TRACE(testing::Message() << count << " from " << before);
+      GuardedBytes set(Bytes(size, 0x00));
+      UTIL_SetBitRange(set.bytes(), before, count);
+      ASSERT_EQ(Contents(set), WithRun(size, before, count, true));
+      GuardedBytes cleared(Bytes(size, 0xFF));
+      UTIL_ClearBitRange(cleared.bytes(), before, count);
+      ASSERT_EQ(Contents(cleared), WithRun(size, before, count, false));
+    }
+  }
+}
+
 TEST(UtilSetBitRange, NoBitsAndNoBufferDoNothing) {
   GuardedBytes buffer({0x55});
   UTIL_SetBitRange(buffer.bytes(), 3, 0);
