@@ -48,7 +48,9 @@ void UTIL_strncat(char* destination, const char* source, uint32_t maximum, uint3
 
 /* ---- Comparing and searching ---- */
 
-/* UTIL_stricmp over at most maximum characters; 0 when they are equal. */
+/* UTIL_stricmp over at most maximum characters; 0 when they are equal.
+ *
+ * REQUIRES: each string has a terminator or maximum characters. */
 int32_t UTIL_strnicmp(const char* first, const char* second, uint32_t maximum);
 
 /* Returns the index of the first such character, or -1; a zero is never found. */
