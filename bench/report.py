@@ -113,33 +113,35 @@ def client_table(folder):
 # ---- Publishing ----
 
 PLOT = """
-set terminal svg size 900,{height} font 'sans,11' background 'white'
+set terminal svg size 900,{height} font 'sans,12' background 'white'
 set output '{output}'
 set logscale x 2
-set xrange [0.03:4]
-set xlabel "the project's time / the hardest rival's (smaller is better)"
-set yrange [-0.7:{rows}-0.3]
-set ytics out nomirror font ',9'
+set xlabel "the project's time / the time that the target allows (left of 1: met)"
+set yrange [-0.6:{paths}-0.4]
+set ytics out nomirror ({labels})
 set grid x
-set key outside top center horizontal
-set lmargin 52
+set lmargin 28
+set arrow from 1,-0.6 to 1,{paths}-0.4 nohead lw 2 lc rgb '#c0392b'
 $rows << END
 {data}END
-plot $rows using 2:0:(2):0:3:ytic(1) with vectors nohead lw 0 notitle, \\
-     $rows using 2:0:3:4:ytic(1) with xerrorbars pt 7 ps 0.6 lc rgb '#1f5fa8' title 'ratio and its quartiles', \\
-     $rows using 5:0 with points pt 2 ps 0.8 lc rgb '#c0392b' title 'target'
+plot $rows using 2:1:3:4 with xerrorbars pt 7 ps 0.5 lw 0.7 lc rgb '#1f5fa8' notitle
 """
 
 
 def write_plot(rows, output):
-    lines = []
-    for row in reversed(rows):
-        hardest = row.hardest()
-        ratio, low, high = hardest.ratios(row.times)
-        label = f"{row.path}: {row.workload}".replace('"', "'").replace("\\", "\\\\\\\\")
-        lines.append(f'"{label}" {ratio:.4f} {low:.4f} {high:.4f} {hardest.target}\n')
-    program = PLOT.format(height=120 + 16 * len(rows), output=output, rows=len(rows),
-                          data="".join(lines))
+    """One line a path, one point with its quartiles a row, the points of a path spread a little."""
+    paths = list(dict.fromkeys(row.path for row in reversed(rows)))
+    data = []
+    for number, path in enumerate(paths):
+        of_path = [row for row in rows if row.path == path]
+        for place, row in enumerate(of_path):
+            hardest = row.hardest()
+            height = number + 0.35 - 0.7 * (place + 0.5) / len(of_path)
+            shares = [ratio / hardest.target for ratio in hardest.ratios(row.times)]
+            data.append(" ".join(f"{number:.4f}" for number in (height, *shares)) + "\n")
+    labels = ", ".join(f"'{path}' {number}" for number, path in enumerate(paths))
+    program = PLOT.format(height=90 + 45 * len(paths), output=output, paths=len(paths),
+                          labels=labels, data="".join(data))
     subprocess.run(["gnuplot"], input=program, text=True, check=True)
 
 
