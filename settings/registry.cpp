@@ -1,12 +1,16 @@
 #include "settings/registry.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "settings/xml.h"
+#include "settings/xml_name.h"
+#include "settings/xml_record.h"
 #include "sys/files.h"
 #include "sys/memory.h"
 #include "sys/paths.h"
@@ -20,6 +24,17 @@ namespace {
 // ---- Names and paths ----
 
 constexpr uint32_t kNameCapacity = 512;
+
+// The characters that no value's name treats in a way of their own.
+constexpr std::array<bool, 256> kIsPlain = [] {
+  std::array<bool, 256> is_plain{};
+  for (const char character : std::string_view("0123456789_!-"
+                                               "abcdefghijklmnopqrstuvwxyz"
+                                               "ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+    is_plain[static_cast<uint8_t>(character)] = true;
+  }
+  return is_plain;
+}();
 
 // Moves the cursor over a piece of text that ends at a blank, the end or a backslash, and appends it
 // to a name. False when the name would grow too long; then the piece is left out.
@@ -45,26 +60,37 @@ void ReadKeyName(const char** cursor, char* name) {
   }
 }
 
-// Reads a value's name as its tokens one behind the other. What cannot be read as a token, such as a
-// quote that does not close, ends it.
-void ReadValueName(const char* text, char* name) {
+// Reads a value's name as its tokens one behind the other, and returns its length. What cannot be
+// read as a token, such as a quote that does not close, ends it.
+uint32_t ReadValueName(const char* text, char* name) {
   uint32_t length = 0;
   do {
     UTIL_SkipBlanks(&text);
     if (UTIL_ParseToken(&text, name + length, kNameCapacity - length) != 0) {
       name[length] = '\0';
-      return;
+      return length;
     }
     length += static_cast<uint32_t>(UTIL_strlen(name + length));
   } while (*text == ' ');
+  return length;
+}
+
+// The length of a value's name that stands for itself: it consists of what names do, which is all in
+// one token, and need not be cut. 0 for any other.
+uint32_t PlainLength(const char* text) {
+  uint32_t length = 0;
+  while (length < kNameCapacity && kIsPlain[static_cast<uint8_t>(text[length])]) ++length;
+  return length < kNameCapacity && text[length] == '\0' ? length : 0;
 }
 
 // The names of the attributes that stand beside a value's own.
 class AttributeName {
  public:
+  static constexpr char kTypeSuffix[] = "_TARVENRegType";
+
   static AttributeName OfType(const char* value) {
     AttributeName name;
-    UTIL_snprintf(name.text_, sizeof name.text_, "%s_TARVENRegType", value);
+    UTIL_snprintf(name.text_, sizeof name.text_, "%s%s", value, kTypeSuffix);
     return name;
   }
   static AttributeName OfString(const char* value, int32_t number) {
@@ -211,7 +237,7 @@ int32_t SYS_REG_GetHive(SYS_REG_HANDLE handle, SYS_REG_KEY* key) {
 
 struct TypeName {
   uint32_t type;
-  const char* text;
+  std::string_view text;
 };
 constexpr TypeName kTypeNames[] = {
     {SYS_REG_TYPE_SZ, "SYS_REG_TYPE_SZ"},
@@ -223,47 +249,105 @@ constexpr TypeName kTypeNames[] = {
 };
 
 // A value that a caller asked for: its key, and its name as it was read.
-struct Value {
-  SYS_REG_KEY key;
-  char name[kNameCapacity];
+class Value {
+ public:
+  // Returns false for bad arguments and for a handle that leads nowhere.
+  bool Resolve(SYS_REG_HANDLE handle, const char* name) {
+    if (handle == nullptr || name == nullptr || *name == '\0') return false;
+    if (SYS_REG_GetHive(handle, &key_) < 0) return false;
+    name_ = name;
+    length_ = PlainLength(name);
+    if (length_ != 0) return true;
+    name_ = read_name_;
+    length_ = ReadValueName(name, read_name_);
+    return true;
+  }
 
-  bool IsNameless() const { return name[0] == '\0'; }
+  const SYS_REG_KEY& key() const { return key_; }
+  const char* name() const { return name_; }
+  bool IsNameless() const { return length_ == 0; }
 
   const XML_ATTR* Find(const char* attribute) const {
-    return XML_FindAttr(key.document, key.element, attribute);
+    return XML_FindAttr(key_.document, key_.element, attribute);
   }
   int32_t Set(const char* attribute, const char* text) const {
-    return XML_SetAttr(key.document, key.element, attribute, text) == 0 ? SYS_REG_SUCCESS
-                                                                        : SYS_REG_ERR_FAILED;
+    return ResultOf(XML_SetAttr(key_.document, key_.element, attribute, text));
   }
   int32_t Delete(const char* attribute) const {
-    return XML_DeleteAttr(key.document, key.element, attribute);
+    return XML_DeleteAttr(key_.document, key_.element, attribute);
   }
-  int32_t SetType(const char* type) const { return Set(AttributeName::OfType(name).text(), type); }
-};
 
-// Returns false for bad arguments and for a handle that leads nowhere.
-bool Resolve(SYS_REG_HANDLE handle, const char* name, Value* value) {
-  if (handle == nullptr || name == nullptr || *name == '\0') return false;
-  if (SYS_REG_GetHive(handle, &value->key) < 0) return false;
-  ReadValueName(name, value->name);
-  return true;
-}
+  // The attributes that hold a value; null for what there is not.
+  struct Attributes {
+    XML_ATTR* data = nullptr;
+    XML_ATTR* type = nullptr;
+  };
+
+  // Both have names that begin alike: they are looked for at once.
+  Attributes FindBoth() const {
+    const xml_name::Wanted wanted({name_, length_});
+    Attributes found;
+    for (XML_ATTR* attribute = key_.element->first_attr; attribute != nullptr;
+         attribute = attribute->next) {
+      if (!wanted.MayBegin(attribute->name)) continue;
+      if (found.data == nullptr && wanted.Is(attribute->name, attribute->name_length)) {
+        found.data = attribute;
+      } else if (found.type == nullptr && IsTypeName(wanted, attribute)) {
+        found.type = attribute;
+      } else {
+        continue;
+      }
+      if (found.data != nullptr && found.type != nullptr) break;
+    }
+    return found;
+  }
+
+  int32_t SetBoth(std::string_view text, std::string_view type_text) const {
+    const Attributes found = FindBoth();
+    const int32_t result =
+        found.data != nullptr ? Replace(found.data, text) : Add({name_, length_}, text);
+    if (result != SYS_REG_SUCCESS) return result;
+    if (found.type != nullptr) return Replace(found.type, type_text);
+    return Add(AttributeName::OfType(name_).text(), type_text);
+  }
+
+ private:
+  static int32_t ResultOf(int32_t result) {
+    return result == 0 ? SYS_REG_SUCCESS : SYS_REG_ERR_FAILED;
+  }
+  int32_t Replace(XML_ATTR* attribute, std::string_view text) const {
+    return ResultOf(xml_record::ReplaceValue(key_.document, attribute, text));
+  }
+  int32_t Add(std::string_view attribute, std::string_view text) const {
+    return ResultOf(xml_record::AddAttribute(key_.document, key_.element, attribute, text));
+  }
+
+  bool IsTypeName(const xml_name::Wanted& value, const XML_ATTR* attribute) const {
+    constexpr std::string_view kSuffix = AttributeName::kTypeSuffix;
+    return attribute->name_length == length_ + kSuffix.size() && value.Begins(attribute->name) &&
+           xml_name::AreSameBytes(kSuffix.data(), attribute->name + length_, kSuffix.size());
+  }
+
+  SYS_REG_KEY key_;
+  const char* name_ = nullptr;  // the caller's where it stands for itself
+  uint32_t length_ = 0;
+  char read_name_[kNameCapacity];
+};
 
 // ---- Types ----
 
 // Returns the name that a value of this type is stored with.
-const char* StoredName(uint32_t type) {
+std::string_view StoredName(uint32_t type) {
   const auto* const found = std::ranges::find(kTypeNames, type, &TypeName::type);
   return found != std::end(kTypeNames) ? found->text : "???";
 }
 
-// Finds a value's type. Returns 0, 1 when it is none of the known, 2 when there is no such value.
-int32_t FindType(const Value& value, uint32_t* type) {
-  const XML_ATTR* const attribute = value.Find(AttributeName::OfType(value.name).text());
+// Tells a type from its attribute. Returns 0, 1 when it is none of the known, 2 when there is no such
+// value.
+int32_t ReadType(const XML_ATTR* attribute, uint32_t* type) {
   if (attribute == nullptr) return SYS_REG_ERR_NOT_FOUND;
   for (const TypeName& known : kTypeNames) {
-    if (UTIL_stricmp(attribute->value, known.text) == 0) {
+    if (xml_name::AreSame(known.text, attribute->value, attribute->value_length)) {
       *type = known.type;
       return SYS_REG_SUCCESS;
     }
@@ -275,13 +359,14 @@ int32_t FindType(const Value& value, uint32_t* type) {
 
 int32_t Delete(const Value& value) {
   uint32_t type = 0;
-  if (FindType(value, &type) != SYS_REG_SUCCESS) return SYS_REG_ERR_FAILED;
+  const AttributeName type_name = AttributeName::OfType(value.name());
+  if (ReadType(value.Find(type_name.text()), &type) != SYS_REG_SUCCESS) return SYS_REG_ERR_FAILED;
   if (type == SYS_REG_TYPE_MULTI_SZ) {
-    for (int32_t i = 1; value.Delete(AttributeName::OfString(value.name, i).text()) == 0; ++i) {
+    for (int32_t i = 1; value.Delete(AttributeName::OfString(value.name(), i).text()) == 0; ++i) {
     }
   }
-  value.Delete(value.name);
-  value.Delete(AttributeName::OfType(value.name).text());
+  value.Delete(value.name());
+  value.Delete(type_name.text());
   return SYS_REG_SUCCESS;
 }
 
@@ -303,49 +388,53 @@ bool AreStrings(const char* strings, uint32_t size) {
 int32_t SetStrings(const Value& value, const char* strings, uint32_t size) {
   if (!AreStrings(strings, size)) return SYS_REG_ERR_FAILED;
   Delete(value);
-  int32_t result = value.Set(value.name, strings);
+  int32_t result = value.Set(value.name(), strings);
   int32_t number = 1;
   const char* const last = strings + size - 1;
   for (const char* string = Behind(strings); string < last; string = Behind(string)) {
-    result |= value.Set(AttributeName::OfString(value.name, number++).text(), string);
+    result |= value.Set(AttributeName::OfString(value.name(), number++).text(), string);
   }
   return result;
 }
 
-// The number whose low bytes come first in memory; missing ones are 0.
-uint64_t NumberOf(const void* data, size_t size) {
-  uint64_t number = 0;
-  if (size != 0) memcpy(&number, data, size);
-  return number;
+int32_t SetStringsWithType(const Value& value, const char* strings, uint32_t size) {
+  const int32_t result = SetStrings(value, strings, size);
+  if (result != SYS_REG_SUCCESS) return result;
+  return value.Set(AttributeName::OfType(value.name()).text(),
+                   StoredName(SYS_REG_TYPE_MULTI_SZ).data());
 }
 
-int32_t SetNumber(const Value& value, const void* data, uint32_t size) {
-  const uint64_t number = NumberOf(data, std::min<size_t>(size, 4));
-  char text[sizeof "0x00000000"];
-  UTIL_snprintf(text, sizeof text, "0x%.8X", static_cast<uint32_t>(number));
-  return value.Set(value.name, text);
-}
+// "0x" and the digits of a number whose low bytes come first in memory. Missing ones are 0, further
+// ones are ignored.
+template <size_t width>
+class NumberText {
+ public:
+  NumberText(const void* data, size_t size) {
+    uint64_t number = 0;
+    if (size != 0) memcpy(&number, data, std::min(size, width));
+    for (char* digit = text_ + sizeof text_; digit != text_ + 2; number >>= 4) {
+      *--digit = "0123456789ABCDEF"[number & 0xF];
+    }
+  }
+  std::string_view text() const { return {text_, sizeof text_}; }
 
-int32_t SetLongNumber(const Value& value, const void* data, uint32_t size) {
-  const uint64_t number = NumberOf(data, std::min<size_t>(size, 8));
-  char text[sizeof "0x0000000000000000"];
-  UTIL_snprintf(text, sizeof text, "0x%.8X%.8X", static_cast<uint32_t>(number >> 32),
-                static_cast<uint32_t>(number));
-  return value.Set(value.name, text);
-}
+ private:
+  char text_[2 + 2 * width] = {'0', 'x'};
+};
 
-// Sets what stands under the value's own name. What no type of these has cannot be written.
-int32_t SetData(const Value& value, uint32_t type, const void* data, uint32_t size) {
+// What no type of these has cannot be written.
+int32_t Set(const Value& value, uint32_t type, const void* data, uint32_t size) {
   const char* const text = static_cast<const char*>(data);
-  if (type == SYS_REG_TYPE_SZ) return value.Set(value.name, text);
+  const std::string_view type_text = StoredName(type);
+  if (type == SYS_REG_TYPE_SZ) return value.SetBoth(text != nullptr ? text : "", type_text);
   if (data == nullptr && size != 0) return SYS_REG_ERR_FAILED;
   switch (type) {
     case SYS_REG_TYPE_DWORD:
-      return SetNumber(value, data, size);
+      return value.SetBoth(NumberText<4>(data, size).text(), type_text);
     case SYS_REG_TYPE_QWORD:
-      return SetLongNumber(value, data, size);
+      return value.SetBoth(NumberText<8>(data, size).text(), type_text);
     case SYS_REG_TYPE_MULTI_SZ:
-      return SetStrings(value, text, size);
+      return SetStringsWithType(value, text, size);
     default:
       return SYS_REG_ERR_FAILED;
   }
@@ -355,7 +444,7 @@ int32_t SetData(const Value& value, uint32_t type, const void* data, uint32_t si
 
 int32_t QueryString(const Value& value, const XML_ATTR* attribute, char* data, uint32_t* size) {
   const uint32_t capacity = *size;
-  *size = static_cast<uint32_t>(XML_GetAttrValue(value.key.document, attribute, data, capacity));
+  *size = static_cast<uint32_t>(XML_GetAttrValue(value.key().document, attribute, data, capacity));
   // An equal capacity has no room for the terminator, and is enough all the same on purpose.
   return capacity < *size ? SYS_REG_ERR_MORE_DATA : SYS_REG_SUCCESS;
 }
@@ -414,17 +503,20 @@ class StringCollector {
 
 int32_t QueryStrings(const Value& value, const XML_ATTR* attribute, char* data, uint32_t* size) {
   const uint32_t capacity = *size;
+  // The caller's name may lie where the strings go.
+  char name[kNameCapacity];
+  UTIL_CopyString(name, value.name(), sizeof name);
   StringCollector strings(data, capacity);
   for (int32_t i = 1; attribute != nullptr; ++i) {
     strings.Add(attribute);
-    attribute = value.Find(AttributeName::OfString(value.name, i).text());
+    attribute = value.Find(AttributeName::OfString(name, i).text());
   }
   *size = strings.Finish();
   return *size > capacity ? SYS_REG_ERR_MORE_DATA : SYS_REG_SUCCESS;
 }
 
-int32_t QueryData(const Value& value, uint32_t type, void* data, uint32_t* size) {
-  const XML_ATTR* const attribute = value.Find(value.name);
+int32_t QueryData(const Value& value, const XML_ATTR* attribute, uint32_t type, void* data,
+                  uint32_t* size) {
   if (attribute == nullptr) return SYS_REG_ERR_FAILED;
   char* const text = static_cast<char*>(data);
   switch (type) {
@@ -505,23 +597,22 @@ void SYS_REG_CloseKey(SYS_REG_HANDLE handle) {
 int32_t SYS_REG_SetValue(SYS_REG_HANDLE handle, const char* name, uint32_t type, const void* data,
                          uint32_t size) {
   Value value;
-  if (!Resolve(handle, name, &value)) return SYS_REG_ERR_FAILED;
-  if (value.IsNameless()) return SYS_REG_SUCCESS;
-  const int32_t result = SetData(value, type, data, size);
-  return result == SYS_REG_SUCCESS ? value.SetType(StoredName(type)) : result;
+  if (!value.Resolve(handle, name)) return SYS_REG_ERR_FAILED;
+  return value.IsNameless() ? SYS_REG_SUCCESS : Set(value, type, data, size);
 }
 
 int32_t SYS_REG_QueryValue(SYS_REG_HANDLE handle, const char* name, uint32_t* type, void* data,
                            uint32_t* size) {
   Value value;
   if (data != nullptr && size == nullptr) return SYS_REG_ERR_FAILED;
-  if (!Resolve(handle, name, &value)) return SYS_REG_ERR_FAILED;
+  if (!value.Resolve(handle, name)) return SYS_REG_ERR_FAILED;
   if (value.IsNameless()) return SYS_REG_SUCCESS;
+  const Value::Attributes found = value.FindBoth();
   uint32_t found_type = 0;
-  const int32_t result = FindType(value, &found_type);
+  const int32_t result = ReadType(found.type, &found_type);
   if (result != SYS_REG_SUCCESS) return result;
   if (type != nullptr) *type = found_type;
-  return data != nullptr ? QueryData(value, found_type, data, size) : SYS_REG_SUCCESS;
+  return data != nullptr ? QueryData(value, found.data, found_type, data, size) : SYS_REG_SUCCESS;
 }
 
 int32_t SYS_REG_QueryValueEx(SYS_REG_HANDLE handle, const char* name, uint32_t* type, void* data,
@@ -531,7 +622,7 @@ int32_t SYS_REG_QueryValueEx(SYS_REG_HANDLE handle, const char* name, uint32_t* 
 
 int32_t SYS_REG_DeleteValue(SYS_REG_HANDLE handle, const char* name) {
   Value value;
-  if (!Resolve(handle, name, &value)) return SYS_REG_ERR_FAILED;
+  if (!value.Resolve(handle, name)) return SYS_REG_ERR_FAILED;
   return value.IsNameless() ? SYS_REG_SUCCESS : Delete(value);
 }
 

@@ -1,5 +1,6 @@
 #include "settings/xml.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -7,7 +8,6 @@
 #include "settings/xml_name.h"
 #include "settings/xml_record.h"
 #include "sys/memory.h"
-#include "util/text.h"
 
 namespace {
 
@@ -16,18 +16,9 @@ namespace {
 // The first of a chain of elements or attributes that has the name, or null.
 template <typename Record>
 Record* FindInChain(Record* first, std::string_view name) {
+  const xml_name::Wanted wanted(name);
   Record* record = first;
-  while (record != nullptr && !xml_name::AreSame(name, record->name, record->name_length)) {
-    record = record->next;
-  }
-  return record;
-}
-
-// The last of a chain, or null of none.
-template <typename Record>
-Record* LastOfChain(Record* first) {
-  Record* record = first;
-  while (record != nullptr && record->next != nullptr) record = record->next;
+  while (record != nullptr && !wanted.Is(record->name, record->name_length)) record = record->next;
   return record;
 }
 
@@ -60,24 +51,6 @@ XML_NODE* AddElement(XML_DOC* document, XML_NODE* parent, XML_NODE* last, const 
   return element;
 }
 
-int32_t AddAttribute(XML_DOC* document, XML_NODE* element, const char* name, const char* value) {
-  XML_ARENA* const arena = document->arena;
-  const std::string_view name_copy = xml_record::CopyText(arena, name);
-  const std::string_view value_copy = xml_record::CopyText(arena, value);
-  XML_ATTR* const attribute = xml_record::NewAttribute(arena, name_copy, value_copy);
-  if (attribute == nullptr) return -1;
-  xml_record::Link(element, LastOfChain(element->first_attr), attribute);
-  return 0;
-}
-
-int32_t ReplaceValue(XML_DOC* document, XML_ATTR* attribute, std::string_view value) {
-  const std::string_view copy = xml_record::CopyText(document->arena, value);
-  if (copy.data() == nullptr) return -1;
-  attribute->value = copy.data();
-  attribute->value_length = static_cast<uint32_t>(copy.size());
-  return 0;
-}
-
 void Unlink(XML_NODE* element, XML_ATTR* attribute) {
   if (attribute->prev != nullptr) {
     attribute->prev->next = attribute->next;
@@ -87,9 +60,19 @@ void Unlink(XML_NODE* element, XML_ATTR* attribute) {
   if (attribute->next != nullptr) attribute->next->prev = attribute->prev;
 }
 
+// UTIL_CopyString of a text whose length is known.
+void Copy(std::string_view text, char* buffer, uint32_t capacity) {
+  if (capacity == 0) return;
+  const size_t length = std::min(text.size(), size_t{capacity} - 1);
+  memcpy(buffer, text.data(), length);
+  buffer[length] = '\0';
+}
+
 // Gives the attribute itself and a copy of its name.
 XML_ATTR* WithNameCopied(XML_ATTR* attribute, char* name, uint32_t capacity) {
-  if (attribute != nullptr) UTIL_CopyString(name, attribute->name, capacity);
+  if (attribute != nullptr && name != nullptr) {
+    Copy({attribute->name, attribute->name_length}, name, capacity);
+  }
   return attribute;
 }
 
@@ -143,7 +126,7 @@ XML_NODE* XML_FindOrAddChild(XML_DOC* document, XML_NODE* parent, const char* na
   if (document == nullptr || parent == nullptr || IsEmpty(name)) return nullptr;
   XML_NODE* const found = XML_FindChild(document, parent->first_child, name);
   if (found != nullptr) return found;
-  return AddElement(document, parent, LastOfChain(parent->first_child), name);
+  return AddElement(document, parent, xml_record::LastOfChain(parent->first_child), name);
 }
 
 XML_NODE* XML_FindOrAddSibling(XML_DOC* document, XML_NODE* element, const char* name) {
@@ -152,12 +135,12 @@ XML_NODE* XML_FindOrAddSibling(XML_DOC* document, XML_NODE* element, const char*
   while (first->prev != nullptr) first = first->prev;
   XML_NODE* const found = XML_FindChild(document, first, name);
   if (found != nullptr) return found;
-  return AddElement(document, element->parent, LastOfChain(element), name);
+  return AddElement(document, element->parent, xml_record::LastOfChain(element), name);
 }
 
 int32_t XML_GetName(const XML_DOC*, const XML_NODE* element, char* buffer, uint32_t capacity) {
   if (element == nullptr || buffer == nullptr) return -1;
-  UTIL_CopyString(buffer, element->name, capacity);
+  Copy({element->name, element->name_length}, buffer, capacity);
   return static_cast<int32_t>(element->name_length);
 }
 
@@ -167,8 +150,8 @@ int32_t XML_SetAttr(XML_DOC* document, XML_NODE* element, const char* name, cons
   if (document == nullptr || element == nullptr || IsEmpty(name)) return -1;
   if (value == nullptr) value = "";
   XML_ATTR* const attribute = FindInChain(element->first_attr, name);
-  if (attribute == nullptr) return AddAttribute(document, element, name, value);
-  return ReplaceValue(document, attribute, value);
+  if (attribute == nullptr) return xml_record::AddAttribute(document, element, name, value);
+  return xml_record::ReplaceValue(document, attribute, value);
 }
 
 XML_ATTR* XML_FindAttr(const XML_DOC*, const XML_NODE* element, const char* name) {
@@ -198,7 +181,7 @@ XML_ATTR* XML_GetNextAttr(const XML_DOC*, const XML_ATTR* attribute, char* name,
 int32_t XML_GetAttrValue(const XML_DOC*, const XML_ATTR* attribute, char* buffer,
                          uint32_t capacity) {
   if (attribute == nullptr || buffer == nullptr) return -1;
-  UTIL_CopyString(buffer, attribute->value, capacity);
+  Copy({attribute->value, attribute->value_length}, buffer, capacity);
   return static_cast<int32_t>(attribute->value_length);
 }
 

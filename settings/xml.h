@@ -22,8 +22,8 @@
  * and write them through the record (element->next) and take no field's address: a plain pointer to
  * it would promise an alignment that is not there.
  *
- * Records come from these functions alone, and so do the strings in them: XML_ToText reads a few
- * bytes beyond a string. Strings are bytes with a terminating zero. Names are compared without
+ * Records come from these functions alone, and so do the strings in them: searches and XML_ToText
+ * read a few bytes beyond a string. Strings are bytes with a terminating zero. Names are compared without
  * regard to 7-bit ASCII case. Copies into a caller's buffer are cut to capacity - 1 bytes and always
  * terminated; capacity 0 stores nothing.
  *

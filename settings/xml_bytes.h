@@ -17,6 +17,7 @@ constexpr uint32_t kPadding = 16;
 
 using Bytes = uint8_t __attribute__((vector_size(kPadding)));
 using Words = uint16_t __attribute__((vector_size(kPadding)));
+using Halves = uint64_t __attribute__((vector_size(kPadding)));
 using HalfBytes = uint8_t __attribute__((vector_size(kPadding / 2)));
 
 inline Bytes Load(const char* at) {
@@ -29,6 +30,20 @@ inline Bytes Load(const char* at) {
 inline uint64_t Bits(Bytes mask) {
   const auto bits = __builtin_convertvector(std::bit_cast<Words>(mask) >> 4, HalfBytes);
   return std::bit_cast<uint64_t>(bits);
+}
+
+inline bool AreZero(Bytes bytes) {
+  const auto halves = std::bit_cast<Halves>(bytes);
+  return (halves[0] | halves[1]) == 0;
+}
+
+// A mask of so many bytes, at most kPadding.
+inline Bytes FirstBytes(uint32_t count) {
+  static constexpr struct {
+    Bytes set = ~Bytes{};
+    Bytes clear = {};
+  } kMasks;
+  return Load(reinterpret_cast<const char*>(&kMasks) + kPadding - count);
 }
 
 // The first byte from here on that a function from bytes to masks finds. There has to be one.

@@ -6,6 +6,7 @@
 
 #include "settings/xml.h"
 #include "settings/xml_bytes.h"
+#include "settings/xml_marks.h"
 #include "settings/xml_name.h"
 #include "settings/xml_record.h"
 #include "sys/files.h"
@@ -37,10 +38,16 @@ const char* ValueEnd(const char* at) {
   });
 }
 
-// A position in a text that a zero byte ends; no read goes beyond that byte.
+// A text that a zero byte ends, with more zeros behind it, and its marks.
+struct Text {
+  const char* bytes;
+  const uint64_t* marks;
+};
+
+// A position in a text; no read goes beyond the zero that ends it.
 class Reader {
  public:
-  explicit Reader(const char* text) : at_(text) {}
+  explicit Reader(const Text& text) : text_(text), at_(text.bytes) {}
 
   char Next() const { return *at_; }
   bool IsAt(std::string_view text) const { return memcmp(at_, text.data(), text.size()) == 0; }
@@ -53,7 +60,7 @@ class Reader {
   }
 
   void SkipBlanks() {
-    for (;; ++at_) {
+    for (; static_cast<uint8_t>(*at_) <= ' '; ++at_) {
       if (*at_ == '\n') {
         ++line_count_;
       } else if (*at_ != ' ' && *at_ != '\t' && *at_ != '\r') {
@@ -81,6 +88,25 @@ class Reader {
     return Kept(begin, at_);
   }
 
+  // Reads name="value", without blanks in between, if that is what stands here and both are short.
+  // The next two quotes tell: a name before the first of them, but for the "=", is followed by them.
+  bool ReadShortAttribute(std::string_view* name, std::string_view* value) {
+    const uint64_t quotes = xml_marks::At(text_.marks, static_cast<size_t>(at_ - text_.bytes));
+    const uint64_t other_quotes = quotes & (quotes - 1);
+    if (other_quotes == 0) return false;
+    const auto opening = static_cast<uint32_t>(std::countr_zero(quotes));
+    const auto closing = static_cast<uint32_t>(std::countr_zero(other_quotes));
+    const uint32_t name_length = opening - 1;
+    if (name_length > xml_record::kShortName || at_[name_length] != '=' || *at_ == '-' ||
+        !xml_name::AreNameBytes(at_, name_length)) {
+      return false;
+    }
+    *name = {at_, name_length};
+    *value = {at_ + opening + 1, closing - opening - 1};
+    at_ += closing + 1;
+    return true;
+  }
+
   // Reads a value in double quotes. Without the first quote nothing is read; without the second all
   // is read and nothing kept.
   std::string_view ReadValue() {
@@ -98,6 +124,7 @@ class Reader {
     return {begin, std::min(static_cast<size_t>(end - begin), kMaxKeptBytes)};
   }
 
+  Text text_;
   const char* at_;
   uint32_t line_count_ = 0;
 };
@@ -112,6 +139,15 @@ struct Place {
   XML_NODE* previous = nullptr;  // the last element at this level, null at its start
   uint32_t depth = 0;
 };
+
+// Reads name="value" where it is easy. Null, with nothing read, where it is not.
+XML_ATTR* ParseShortAttribute(Reader& reader, XML_ARENA* arena) {
+  std::string_view name;
+  std::string_view value;
+  if (!xml_arena::HasRoom(arena, xml_record::kShortAttribute)) return nullptr;
+  if (!reader.ReadShortAttribute(&name, &value)) return nullptr;
+  return xml_record::NewShortAttribute(arena, name, value);
+}
 
 // Reads "name = value". Null when there is no "=" or no memory.
 XML_ATTR* ParseAttribute(Reader& reader, XML_ARENA* arena) {
@@ -130,8 +166,11 @@ void ParseAttributes(Reader& reader, XML_ARENA* arena, XML_NODE* element) {
   XML_ATTR* last = nullptr;
   for (;;) {
     reader.SkipBlanks();
-    if (reader.Next() == '/' || reader.Next() == '>') return;
-    XML_ATTR* const attribute = ParseAttribute(reader, arena);
+    XML_ATTR* attribute = ParseShortAttribute(reader, arena);
+    if (attribute == nullptr) {
+      if (reader.Next() == '/' || reader.Next() == '>') return;
+      attribute = ParseAttribute(reader, arena);
+    }
     if (attribute == nullptr) {
       element->first_attr = nullptr;
       return;
@@ -230,31 +269,65 @@ Result XML_Parse(XML_DOC* document, Reader& reader) {
 
 // ---- The file ----
 
-// Gives the whole text with a terminating zero and padding, for SYS_MEM_Free to release; null for an
-// empty file or without memory.
-char* ReadText(int32_t file) {
-  const int32_t size = SYS_FILE_GetSize(file);
-  if (size <= 0) return nullptr;
-  auto* const text =
-      static_cast<char*>(SYS_MEM_Alloc(static_cast<uint32_t>(size) + 1 + xml_bytes::kPadding));
-  if (text == nullptr) return nullptr;
-  SYS_FILE_Read(file, text, static_cast<uint32_t>(size));
-  // A read does not tell how much it got; where it left the file's position does.
+// Reads what the file holds of so many bytes, at least 1, and returns how much that is.
+uint32_t ReadInto(char* bytes, uint32_t size, int32_t file) {
+  char& last = bytes[size - 1];
+  last = '\0';
+  SYS_FILE_Read(file, bytes, size);
+  // A read does not tell how much it got; where it left the file's position does, unless the last
+  // byte shows that all came.
+  if (last != '\0') return size;
   const int32_t position = SYS_FILE_Seek(file, 0, 1);
-  memset(text + std::clamp(position, 0, size), 0, 1 + xml_bytes::kPadding);
-  return text;
+  return std::min(static_cast<uint32_t>(std::max(position, 0)), size);
 }
+
+// A file's text and its marks in one piece of memory.
+class FileText {
+ public:
+  explicit FileText(int32_t file) {
+    const int32_t size = SYS_FILE_GetSize(file);
+    if (size > 0) Read(file, static_cast<uint32_t>(size));
+  }
+  ~FileText() { SYS_MEM_Free(memory_); }
+  FileText(const FileText&) = delete;
+  FileText& operator=(const FileText&) = delete;
+
+  // Without bytes for an empty file or without memory.
+  const Text& text() const { return text_; }
+
+ private:
+  // How many zeros stand behind the text: whoever reads a short string of it reads so far.
+  static constexpr uint32_t kPadding = 64;
+  static_assert(kPadding >= xml_record::kShortValue && kPadding >= xml_marks::kGroup);
+
+  void Read(int32_t file, uint32_t size) {
+    const uint32_t marks_offset = (size + kPadding + 7) / 8 * 8;
+    const auto marks_size = static_cast<uint32_t>(xml_marks::Count(size) * sizeof(uint64_t));
+    memory_ = SYS_MEM_Alloc(marks_offset + marks_size);
+    if (memory_ == nullptr) return;
+    auto* const bytes = static_cast<char*>(memory_);
+    bytes[ReadInto(bytes, size, file)] = '\0';
+    // A zero in the text ends it.
+    const size_t length = strlen(bytes);
+    memset(bytes + length, 0, kPadding);
+    auto* const marks = reinterpret_cast<uint64_t*>(bytes + marks_offset);
+    xml_marks::Mark(bytes, length, marks);
+    text_ = {bytes, marks};
+  }
+
+  void* memory_ = nullptr;
+  Text text_ = {};
+};
 
 bool ParseFile(const char* path, XML_DOC* document) {
   const int32_t file = SYS_FILE_Open(path, SYS_FILE_FLAG_READ);
   if (file < 0) return false;
-  char* const text = ReadText(file);
+  const FileText content(file);
   SYS_FILE_Close(file);
-  if (text == nullptr) return false;
-  Reader reader(text);
+  if (content.text().bytes == nullptr) return false;
+  Reader reader(content.text());
   const Result result = XML_Parse(document, reader);
   document->line_count = reader.line_count();
-  SYS_MEM_Free(text);
   return result >= 0 && document->first_element != nullptr;
 }
 

@@ -33,3 +33,21 @@ XML_DOC* xml_record::NewDocument() {
   document->arena = arena;
   return document;
 }
+
+int32_t xml_record::AddAttribute(XML_DOC* document, XML_NODE* element, std::string_view name,
+                                 std::string_view value) {
+  const std::string_view name_copy = CopyText(document->arena, name);
+  const std::string_view value_copy = CopyText(document->arena, value);
+  XML_ATTR* const attribute = NewAttribute(document->arena, name_copy, value_copy);
+  if (attribute == nullptr) return -1;
+  Link(element, LastOfChain(element->first_attr), attribute);
+  return 0;
+}
+
+int32_t xml_record::ReplaceValue(XML_DOC* document, XML_ATTR* attribute, std::string_view value) {
+  const std::string_view copy = CopyText(document->arena, value);
+  if (copy.data() == nullptr) return -1;
+  attribute->value = copy.data();
+  attribute->value_length = static_cast<uint32_t>(copy.size());
+  return 0;
+}

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "settings/xml.h"
+#include "settings/xml_arena.h"
 #include "settings/xml_bytes.h"
 #include "util/dynbuffer.h"
 
@@ -20,19 +21,21 @@ std::atomic<uint32_t> depth = 0;
 uint32_t Depth() { return depth.load(std::memory_order_relaxed); }
 void SetDepth(uint32_t new_depth) { depth.store(new_depth, std::memory_order_relaxed); }
 
-// Gathers the pieces of a text and appends them to a buffer many at a time.
+// Writes the pieces of a text into a buffer.
 class Writer {
  public:
-  explicit Writer(DYNBUFFER* buffer) : buffer_(buffer) {}
+  explicit Writer(DYNBUFFER* buffer) : buffer_(buffer) { UpdateEasyRoom(); }
 
   // Adds pieces: literals and strings of the document. A piece that would cross the limit is left
   // out; a later, shorter one may still fit.
   template <typename... Pieces>
   void Add(const Pieces&... pieces) {
-    if ((Length(pieces) + ...) > stop_ - gathered_length_) return (AddSingly(pieces), ...);
-    char* end = gathered_ + gathered_length_;
+    if ((Length(pieces) + ...) >= easy_room_) return (AddSingly(pieces), ...);
+    char* const begin = Place();
+    char* end = begin;
     ((end = Put(end, pieces)), ...);
-    gathered_length_ = static_cast<size_t>(end - gathered_);
+    length_ += static_cast<size_t>(end - begin);
+    easy_room_ -= static_cast<size_t>(end - begin);
   }
 
   // Adds pairs of blanks, of which each is a piece.
@@ -40,23 +43,18 @@ class Writer {
     // As many again stand behind those that are used: Put reads beyond.
     static constexpr char kBlanks[] = "                                                ";
     static constexpr size_t kUsedBlanks = sizeof kBlanks - 1 - xml_bytes::kPadding;
-    const size_t length = flushed_length_ + gathered_length_;
-    size_t blanks = 2 * std::min(size_t{pairs}, (kMaxTextLength - length) / 2);
+    size_t blanks = 2 * std::min(size_t{pairs}, (kMaxTextLength - length_) / 2);
     for (; blanks > kUsedBlanks; blanks -= kUsedBlanks) {
       Add(std::string_view(kBlanks, kUsedBlanks));
     }
     Add(std::string_view(kBlanks, blanks));
   }
 
-  // Hands over what was gathered. False when something was lost for want of memory.
-  bool Finish() {
-    Flush();
-    return has_memory_;
-  }
+  // Nothing was lost for want of memory.
+  bool has_memory() const { return has_memory_; }
+  size_t length() const { return length_; }
 
  private:
-  static constexpr size_t kGatheredSize = 16384;
-
   template <size_t size>
   using Literal = char[size];
 
@@ -81,33 +79,27 @@ class Writer {
     AddSingly({text, size - 1});
   }
   void AddSingly(std::string_view text) {
-    if (text.size() > stop_ - gathered_length_) Flush();
-    if (text.size() <= stop_ - gathered_length_) {
-      memcpy(gathered_ + gathered_length_, text.data(), text.size());
-      gathered_length_ += text.size();
-    } else if (text.size() <= kMaxTextLength - flushed_length_) {
-      Append(text);
+    if (text.empty() || text.size() > kMaxTextLength - length_) return;
+    if (DYNBUFFER_Ensure(buffer_, static_cast<uint32_t>(length_ + text.size() - 1)) == 0) {
+      memcpy(Place(), text.data(), text.size());
+      length_ += text.size();
+    } else {
+      has_memory_ = false;
     }
+    UpdateEasyRoom();
   }
 
-  void Flush() {
-    if (gathered_length_ != 0) Append({gathered_, gathered_length_});
-    gathered_length_ = 0;
-  }
+  char* Place() const { return reinterpret_cast<char*>(buffer_->data) + length_; }
 
-  void Append(std::string_view text) {
-    flushed_length_ += text.size();
-    stop_ = std::min(kGatheredSize, kMaxTextLength - flushed_length_);
-    const auto length = static_cast<uint32_t>(text.size());
-    if (DYNBUFFER_Append(buffer_, text.data(), length) != 0) has_memory_ = false;
+  void UpdateEasyRoom() {
+    const size_t room = buffer_->size - length_;
+    easy_room_ = room - std::min(room, size_t{xml_bytes::kPadding});
   }
 
   DYNBUFFER* buffer_;
   bool has_memory_ = true;
-  size_t flushed_length_ = 0;
-  size_t gathered_length_ = 0;
-  size_t stop_ = kGatheredSize;  // how much may be gathered now, for want of space or for the limit
-  char gathered_[kGatheredSize + xml_bytes::kPadding];
+  size_t length_ = 0;
+  size_t easy_room_ = 0;  // less than this may be put behind the text now: Put writes beyond
 };
 
 std::string_view NameOf(const XML_NODE* element) { return {element->name, element->name_length}; }
@@ -163,19 +155,30 @@ void XML_WriteNodes(Writer& writer, const XML_NODE* first) {
   }
 }
 
+// Makes room at once for a text as long as the first block of the document. Few are longer: records
+// take more than the punctuation of their tags. Without so much memory the array grows step by step.
+void Reserve(DYNBUFFER* text, const XML_DOC* document) {
+  const size_t size = document->arena != nullptr ? document->arena->used : 0;
+  if (size > kFirstTextSize) {
+    DYNBUFFER_Ensure(text, static_cast<uint32_t>(std::min(size, kMaxTextLength)) - 1);
+  }
+}
+
 }  // namespace
 
 int32_t XML_ToText(const XML_DOC* document, char* buffer, uint32_t capacity) {
   if (document == nullptr || buffer == nullptr) return -1;
   DYNBUFFER text;
-  if (DYNBUFFER_Init(&text, nullptr, kMaxTextLength, kFirstTextSize, 0) != 0) return -1;
+  // What is new in the array is all written over, so nothing fills it.
+  if (DYNBUFFER_Init(&text, nullptr, kMaxTextLength, kFirstTextSize, -1) != 0) return -1;
+  Reserve(&text, document);
   Writer writer(&text);
   XML_WriteNodes(writer, document->first_element);
-  const bool is_whole = writer.Finish();
-  // Without a byte written, the highest index is 0 all the same, and the text one byte long.
-  const uint32_t length = text.highest + 1;
-  if (is_whole) memcpy(buffer, text.data, std::min(length, capacity));
+  // Without a piece, there is a zero all the same.
+  if (writer.length() == 0) text.data[0] = '\0';
+  const auto length = static_cast<uint32_t>(std::max(writer.length(), size_t{1}));
+  if (writer.has_memory()) memcpy(buffer, text.data, std::min(length, capacity));
   DYNBUFFER_Free(&text);
-  if (!is_whole) return -1;
+  if (!writer.has_memory()) return -1;
   return length <= capacity ? static_cast<int32_t>(length) : -2;
 }

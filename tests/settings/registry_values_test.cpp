@@ -316,6 +316,55 @@ TEST_F(SysRegQueryValue, RefusesBadArguments) {
   EXPECT_EQ(value, 0U);
 }
 
+// Names of all lengths beside each other, each a beginning of the next.
+TEST_F(SysRegQueryValue, TellsNamesApartOfWhichOneBeginsTheOther) {
+  const Key key;
+  for (uint32_t length = 40; length >= 1; --length) {
+    EXPECT_EQ(key.SetDword(std::string(length, 'n').c_str(), length), 0);
+  }
+  for (uint32_t length = 1; length <= 40; ++length) {
+    EXPECT_EQ(key.Dword(std::string(length, 'N').c_str()), length);
+    EXPECT_EQ(key.SetDword(std::string(length, 'N').c_str(), 100 + length), 0);
+  }
+  for (uint32_t length = 1; length <= 40; ++length) {
+    EXPECT_EQ(key.Dword(std::string(length, 'n').c_str()), 100 + length);
+  }
+  EXPECT_EQ(key.Dword(std::string(41, 'n').c_str()), -2);
+}
+
+TEST_F(SysRegQueryValue, FindsValueAndTypeInAnyOrderAndTheFirstOfEach) {
+  PutKey(
+      "N_TARVENRegMltStr1=\"x\" n_tarvenREGTYPE=\"SYS_REG_TYPE_DWORD\" NN=\"0x3\" "
+      "N_TARVENRegTypf=\"SYS_REG_TYPE_QWORD\" M_TARVENRegType=\"SYS_REG_TYPE_SZ\" n=\"0x1\" "
+      "N=\"0x2\" N_TARVENRegType=\"SYS_REG_TYPE_SZ\"");
+  EXPECT_EQ(Key().Dword("N"), 1);
+  EXPECT_EQ(Key().SetDword("N", 5), 0);
+  SYS_REG_Flush();
+  EXPECT_EQ(File(), FileWithKey("N_TARVENRegMltStr1=\"x\" n_tarvenREGTYPE=\"SYS_REG_TYPE_DWORD\" "
+                                "NN=\"0x3\" N_TARVENRegTypf=\"SYS_REG_TYPE_QWORD\" "
+                                "M_TARVENRegType=\"SYS_REG_TYPE_SZ\" n=\"0x00000005\" N=\"0x2\" "
+                                "N_TARVENRegType=\"SYS_REG_TYPE_SZ\""));
+}
+
+TEST_F(SysRegQueryValue, TakesTheFirstOfTwoThatStandInFrontOfTheOther) {
+  PutKey(
+      "N=\"0x1\" n=\"0x2\" N_TARVENRegType=\"SYS_REG_TYPE_DWORD\" "
+      "M_TARVENRegType=\"SYS_REG_TYPE_DWORD\" m_TARVENRegType=\"SYS_REG_TYPE_SZ\" M=\"0x3\"");
+  EXPECT_EQ(Key().Dword("N"), 1);
+  EXPECT_EQ(Key().Dword("M"), 3);
+}
+
+TEST_F(SysRegQueryValue, TakesANameThatLiesWhereTheValueGoes) {
+  const Key key;
+  const std::string strings("one\0two\0three\0\0", 15);
+  EXPECT_EQ(key.SetStrings("Name", strings), 0);
+  char name_and_data[64] = "Name";
+  uint32_t size = sizeof name_and_data;
+  EXPECT_EQ(SYS_REG_QueryValue(key.handle(), name_and_data, nullptr, name_and_data, &size), 0);
+  EXPECT_EQ(std::string(name_and_data, 15), strings);
+  EXPECT_EQ(size, 12U);
+}
+
 TEST_F(SysRegQueryValue, HasASecondNameWithTheSameResults) {
   const Key key;
   EXPECT_EQ(key.SetDword("N", 0x12345678), 0);

@@ -238,6 +238,47 @@ TEST(XmlFindAttr, FindsTheFirstOfTheNameWithoutRegardToCase) {
   EXPECT_EQ(XML_FindAttr(document.get(), a, "hosts"), nullptr);
 }
 
+// Every name of one letter repeated, and beside it those that differ from it in one place.
+TEST(XmlFindAttr, TellsNamesOfAnyLengthApart) {
+  for (size_t length = 1; length <= 40; ++length) {
+    const Document document(XML_CreateDoc("a"));
+    for (size_t other = 1; other < 45; ++other) {
+      if (other == length) continue;
+      XML_SetAttr(document.get(), document.root(), std::string(other, 'n').c_str(), "length");
+    }
+    for (size_t place = 0; place < length; ++place) {
+      std::string other(length, 'n');
+      other[place] = '.';  // "n" without the bit that tells cases apart is "N", "." is no letter
+      XML_SetAttr(document.get(), document.root(), other.c_str(), "place");
+    }
+    const std::string name(length, 'n');
+    const std::string same(length, 'N');
+    EXPECT_EQ(XML_FindAttr(document.get(), document.root(), name.c_str()), nullptr) << length;
+    XML_SetAttr(document.get(), document.root(), name.c_str(), "itself");
+    const XML_ATTR* const found = XML_FindAttr(document.get(), document.root(), same.c_str());
+    ASSERT_NE(found, nullptr) << length;
+    EXPECT_STREQ(found->value, "itself");
+  }
+}
+
+// In each pair one bit is different, the one that tells the cases of letters apart.
+TEST(XmlFindAttr, FoldsLettersAloneInAnyPlace) {
+  for (size_t length = 1; length <= 20; ++length) {
+    for (size_t place = 0; place < length; ++place) {
+      for (const char* const pair :
+           {"@`", "[{", "\\|", "]}", "^~", "_\x7F", "!\x01", "-\x0D", "0\x10"}) {
+        const Document document(XML_CreateDoc("a"));
+        std::string name(length, 'n');
+        name[place] = pair[0];
+        XML_SetAttr(document.get(), document.root(), name.c_str(), "1");
+        EXPECT_NE(XML_FindAttr(document.get(), document.root(), name.c_str()), nullptr);
+        name[place] = pair[1];
+        EXPECT_EQ(XML_FindAttr(document.get(), document.root(), name.c_str()), nullptr) << name;
+      }
+    }
+  }
+}
+
 TEST(XmlFindAttr, FindsAnAttributeWithoutAName) {
   const Document document = LoadText("<a x=\"1\" =\"2\"/>");
   const XML_ATTR* const nameless = XML_FindAttr(document.get(), document.root(), "");

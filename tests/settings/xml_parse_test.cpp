@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "settings/xml.h"
+#include "settings/xml_arena.h"
 #include "tests/settings/markup_document.h"
 #include "tests/support/failing_allocation.h"
 
@@ -287,6 +288,81 @@ TEST(XmlParse, KeepsTheFirst255BytesOfAValue) {
   }
 }
 
+TEST(XmlParse, ReadsStringsOfEveryLength) {
+  for (int name_length = 0; name_length <= 40; ++name_length) {
+    std::string text = "<a";
+    std::string expected = "a";
+    for (int value_length = 0; value_length <= 80; ++value_length) {
+      const std::string name = Repeated("n", name_length);
+      const std::string value = Repeated("v", value_length);
+      text += " " + name + "=\"" + value + "\"";
+      expected += "[" + name + "=" + value + "]";
+    }
+    EXPECT_EQ(Loaded(text + "/>"), expected);
+  }
+}
+
+TEST(XmlParse, TakesEveryByteOfANameInAnyPlace) {
+  std::string text = "<a";
+  std::string expected = "a";
+  for (const char byte : std::string_view("059AMZamz_!-")) {
+    for (size_t length = 2; length <= 34; ++length) {
+      for (size_t place = 1; place < length; ++place) {
+        std::string name(length, 'n');
+        name[place] = byte;
+        text += " " + name + "=\"1\"";
+        expected += "[" + name + "=1]";
+      }
+    }
+  }
+  EXPECT_EQ(Loaded(text + "/>"), expected);
+}
+
+// The neighbours of the bytes that names have, in value and in single bits, and quotes.
+TEST(XmlParse, RefusesAnyOtherByteInAnyPlaceOfAName) {
+  for (const int length : {1, 2, 15, 16, 17, 31, 32, 33}) {
+    for (int place = 0; place < length; ++place) {
+      const std::string bytes = "/:@[`{^\\\",.#\x7F\x80\xFF\x01\x10\x19\xC1\xDA";
+      // Each length and place meets another five of them.
+      for (int i = 0; i < 5; ++i) {
+        std::string name = Repeated("n", length);
+        name[static_cast<size_t>(place)] =
+            bytes[static_cast<size_t>(length + place + 4 * i) % bytes.size()];
+        ASSERT_EQ(Loaded("<a " + name + "=\"1\"/>"), "null") << name;
+      }
+    }
+  }
+}
+
+TEST(XmlParse, TakesNoDashAtTheBeginningOfAnAttribute) {
+  ExpectLoaded({
+      {"<a -x=\"1\"/>", "null"},
+      {"<a x=\"1\" -=\"2\"/>", "null"},
+      {"<a x-=\"1\"/>", "a[x-=1]"},
+  });
+}
+
+// Behind the zero stands what would make the text whole.
+TEST(XmlParse, EndsAtAZeroInAnyPlaceOfAnAttribute) {
+  const std::string begin = "<b/><a ";
+  const std::string attribute = "name=\"some value\"";
+  for (size_t place = 0; place < attribute.size(); ++place) {
+    std::string damaged = attribute;
+    damaged[place] = '\0';
+    ASSERT_EQ(Loaded(begin + damaged + " x=\"1\"/>"), "null") << place;
+    damaged.insert(place, attribute);
+    ASSERT_EQ(Loaded(begin + damaged + " x=\"1\"/>"), "null") << place;
+  }
+}
+
+TEST(XmlParse, ReadsAttributesUpToTheLastByteOfAText) {
+  for (int blanks = 0; blanks < 140; ++blanks) {
+    const std::string text = Repeated(" ", blanks) + "<a x=\"1\" name=\"v\"";
+    ASSERT_EQ(Loaded(text), "null");
+    ASSERT_EQ(Loaded(text + "/>"), "a[x=1][name=v]");
+  }
+}
+
 TEST(XmlParse, DropsAllAttributesOfAnElementThatHasABareName) {
   ExpectLoaded({
       {"<a x=\"1\" y/>", "a"},
@@ -519,6 +595,33 @@ TEST(XmlParse, TakesAFurtherBlockWhenOneIsFull) {
   const FailingAllocation counted(UINT32_MAX);
   EXPECT_TRUE(LoadText(text + "<a/>"));
   EXPECT_EQ(FailingAllocation::Calls(), 3U);
+}
+
+// Attributes of 44 bytes each fill the block; the last of them find any amount of room.
+TEST(XmlParse, ReadsAttributesWhereABlockEnds) {
+  constexpr int kAttributesOfABlock = 95323;  // besides the document and "a" they leave 10 bytes
+  for (int more = -4; more <= 0; ++more) {
+    const int room = 10 - 44 * more;
+    for (const int length : {0, 1, 10, 11, 54, 55, 80}) {
+      const std::string value = Repeated("v", length);
+      const std::string few = Repeated(" x=\"1\"", kAttributesOfABlock + more);
+      const Document document = LoadText("<a" + few + " y=\"" + value + "\" z=\"3\"/>");
+      ASSERT_TRUE(document);
+      EXPECT_EQ(document->arena->next != nullptr, room < 43 + length + 44);
+      int count = 0;
+      for (const XML_ATTR* a = document.root()->first_attr; a != nullptr; a = a->next) {
+        ++count;
+        const std::string_view name(a->name, a->name_length);
+        const bool is_filler = count <= kAttributesOfABlock + more;
+        ASSERT_EQ(name, is_filler ? "x" : a->next != nullptr ? "y" : "z");
+        ASSERT_EQ(std::string_view(a->value, a->value_length), is_filler ? "1"
+                                                               : a->next != nullptr
+                                                                   ? std::string_view(value)
+                                                                   : "3");
+      }
+      EXPECT_EQ(count, kAttributesOfABlock + more + 2);
+    }
+  }
 }
 
 TEST(XmlParse, GivesNullWithoutMemoryForAnElement) {

@@ -177,6 +177,33 @@ TEST(XmlToText, GivesMinusOneWithoutMemory) {
   EXPECT_EQ(XML_ToText(document.get(), buffer.data(), kLimit), 20'011);
 }
 
+// The second allocation is the room for all of the text at once.
+TEST(XmlToText, GrowsStepByStepWhenTheRoomForAllCannotBeHad) {
+  const Document document = WithValue(20'000);
+  const std::string text = Text(document);
+  std::vector<char> buffer(kLimit);
+  const FailingAllocation failing(2);
+  ASSERT_EQ(XML_ToText(document.get(), buffer.data(), kLimit), 20'011);
+  EXPECT_EQ(std::string(buffer.data(), 20'011), text);
+}
+
+// A text of any length up to beyond the first 4096 bytes, of pieces of any length, in all of which the
+// array ends somewhere.
+TEST(XmlToText, WritesTheSameWhereverTheArrayEnds) {
+  for (size_t length = 0; length < 48; ++length) {
+    std::string text = "<a>\r\n";
+    const std::string value(length, 'v');
+    for (int i = 0; i < 160; ++i) {
+      text += "  <e" + std::string(static_cast<size_t>(i % 5), 'e') + " n=\"" + value + "\"/>\r\n";
+    }
+    text += "</a>\r\n";
+    const Document document = LoadText(text);
+    EXPECT_EQ(Text(document), text);
+    const FailingAllocation failing(2);
+    EXPECT_EQ(Text(document), text);
+  }
+}
+
 TEST(XmlToText, IndentsAsBeforeAfterAFailure) {
   const Document document = LoadText("<a><b><c/></b></a>");
   const std::string text = Text(document);
