@@ -3,6 +3,7 @@
 #define TARVEN_BENCH_HIVE_FILE_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -11,20 +12,32 @@
 
 namespace bench {
 
-// Keys of twenty values each, as the store writes them, of at least so many bytes altogether.
+constexpr int kValuesOfKey = 20;
+
+// The tag of a key as the store writes it, of twenty values, or of fewer that make the text so long.
+inline void AppendKey(std::string& text, int key, size_t size) {
+  text += "  <Software" + std::to_string(key);
+  for (int value = 0; value < kValuesOfKey && text.size() < size; ++value) {
+    const std::string name = "Value" + std::to_string(value);
+    const bool is_number = value % 2 == 0;
+    text += " " + name + "=\"" + (is_number ? "0x0000BEEF" : "some text of a setting") + "\" " +
+            name + "_TARVENRegType=\"" + (is_number ? "SYS_REG_TYPE_DWORD" : "SYS_REG_TYPE_SZ") +
+            "\"";
+  }
+  text += "/>\r\n";
+}
+
+// A file of one key.
+inline std::string OneKey() {
+  std::string text = "<Registry>\r\n";
+  AppendKey(text, 0, SIZE_MAX);
+  return text + "</Registry>\r\n";
+}
+
+// A file of as many keys as make at least so many bytes altogether.
 inline std::string HiveText(size_t size) {
   std::string text = "<Registry>\r\n";
-  for (int key = 0; text.size() < size; ++key) {
-    text += "  <Software" + std::to_string(key);
-    for (int value = 0; value < 20 && text.size() < size; ++value) {
-      const std::string name = "Value" + std::to_string(value);
-      const bool is_number = value % 2 == 0;
-      text += " " + name + "=\"" + (is_number ? "0x0000BEEF" : "some text of a setting") + "\" " +
-              name + "_TARVENRegType=\"" + (is_number ? "SYS_REG_TYPE_DWORD" : "SYS_REG_TYPE_SZ") +
-              "\"";
-    }
-    text += "/>\r\n";
-  }
+  for (int key = 0; text.size() < size; ++key) AppendKey(text, key, size);
   return text + "</Registry>\r\n";
 }
 
