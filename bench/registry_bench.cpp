@@ -72,25 +72,32 @@ void Require(const Value& value, const Value& expected) {
 
 // ---- The store ----
 
-// In memory where the system has a file system there: what a disk does is the same for all, and differs
-// from one time to the next.
-const support::TemporaryFolder& Home() {
-  constexpr char kMemory[] = "/dev/shm";
-  if (std::filesystem::exists(kMemory)) setenv("TMPDIR", kMemory, 1);
-  static const support::TemporaryFolder home;
+// Where the files lie: on a disk, or in memory, so that the work itself is seen.
+enum class Place { kMemory, kDisk };
+
+support::TemporaryFolder FolderBelow(const char* place) {
+  setenv("TMPDIR", place, 1);
+  return support::TemporaryFolder();
+}
+
+const support::TemporaryFolder& Home(Place place) {
+  static const support::TemporaryFolder memory = FolderBelow("/dev/shm");
+  static const support::TemporaryFolder disk = FolderBelow("/var/tmp");
+  const support::TemporaryFolder& home = place == Place::kMemory ? memory : disk;
   setenv("HOME", home.path().c_str(), 1);
   return home;
 }
 
-void PutHive(const std::string& text) {
+void PutHive(Place place, const std::string& text) {
   SYS_REG_Flush();
-  bench::Store(Home(), "Library/Application Support/TARVEN/TARVEN_REG_HKEY_CURRENT_USER.xml", text);
+  bench::Store(Home(place), "Library/Application Support/TARVEN/TARVEN_REG_HKEY_CURRENT_USER.xml",
+               text);
 }
 
 class Store {
  public:
   Store() {
-    PutHive(bench::OneKey());
+    PutHive(Place::kMemory, bench::OneKey());
     Open();
   }
   ~Store() { Close(); }
@@ -338,8 +345,9 @@ void AddStoreRow(const std::string& workload, Work work) {
 
 constexpr size_t kFileSize = 64 << 10;
 
+template <Place kPlace>
 void Cycle(benchmark::State& state) {
-  PutHive(bench::HiveText(kFileSize));
+  PutHive(kPlace, bench::HiveText(kFileSize));
   uint32_t number = 0;
   for (auto _ : state) {
     SYS_REG_HANDLE key = SYS_REG_OpenKey(HKEY_CURRENT_USER, kKey);
@@ -356,8 +364,9 @@ void Cycle(benchmark::State& state) {
   Require(stored, number);
 }
 
+template <Place kPlace>
 void CyclePugixml(benchmark::State& state) {
-  const std::string path = bench::Store(Home(), "pugixml.xml", bench::HiveText(kFileSize));
+  const std::string path = bench::Store(Home(kPlace), "pugixml.xml", bench::HiveText(kFileSize));
   uint32_t number = 0;
   for (auto _ : state) {
     pugi::xml_document document;
@@ -374,8 +383,9 @@ void CyclePugixml(benchmark::State& state) {
   Require(static_cast<uint32_t>(strtoul(stored, nullptr, 16)), number);
 }
 
+template <Place kPlace>
 void CycleGlib(benchmark::State& state) {
-  const std::string path = bench::Store(Home(), "glib.ini", GlibText(kFileSize, true));
+  const std::string path = bench::Store(Home(kPlace), "glib.ini", GlibText(kFileSize, true));
   uint32_t number = 0;
   for (auto _ : state) {
     GKeyFile* const file = g_key_file_new();
@@ -390,6 +400,14 @@ void CycleGlib(benchmark::State& state) {
   g_key_file_free(file);
 }
 
+template <Place kPlace>
+void AddCycleRow(const char* workload) {
+  bench::Row("settings cycle", workload)
+      .Project(Cycle<kPlace>)
+      .Peer("GLib key file", 0.6, CycleGlib<kPlace>)
+      .Peer("pugixml", 0.6, CyclePugixml<kPlace>);
+}
+
 }  // namespace
 
 void bench::AddRows() {
@@ -397,8 +415,6 @@ void bench::AddRows() {
   AddStoreRow("query an SZ of 20 values", [](auto& state, auto& s) { QueryTexts(state, s); });
   AddStoreRow("set a DWORD of 20 values", [](auto& state, auto& s) { SetNumbers(state, s); });
   AddStoreRow("set an SZ of 20 values", [](auto& state, auto& s) { SetTexts(state, s); });
-  bench::Row("settings cycle", "load, change, save 64 KiB")
-      .Project(Cycle)
-      .Peer("GLib key file", 0.6, CycleGlib)
-      .Peer("pugixml", 0.6, CyclePugixml);
+  AddCycleRow<Place::kMemory>("load, change, save 64 KiB, in memory");
+  AddCycleRow<Place::kDisk>("load, change, save 64 KiB, on a disk");
 }

@@ -79,9 +79,9 @@ TEST_P(ClientWelcomeReset, WhatCameBeforeItCounts) {
   }
   const std::string shown = welcome == "Welcome\r\n" ? "Welcome\n" : welcome;
   Welcome(server, client, welcome == "Welcome\r\n" ? 2 : 1);
-  EXPECT_EQ(Session(client, server.port()),
-            ConnectingLine(server.port()) + kConnected + shown + kLost +
-                ConnectingLine(server.port()) + kConnected + "Welcome\n");
+  EXPECT_EQ(Session(client, server.port()), ConnectingLine(server.port()) + kConnected + shown +
+                                                kLost + ConnectingLine(server.port()) + kConnected +
+                                                "Welcome\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(AtEveryByte, ClientWelcomeReset, testing::Range(size_t{0}, size_t{10}));
@@ -149,7 +149,8 @@ bool ShowsLongText(int output, uint64_t times) {
     char block[65536];
     const ssize_t length = read(output, block, std::min(text.size() - offset, sizeof block));
     if (length <= 0) return false;
-    if (text.compare(offset, static_cast<size_t>(length), block, static_cast<size_t>(length)) != 0) {
+    if (text.compare(offset, static_cast<size_t>(length), block, static_cast<size_t>(length)) !=
+        0) {
       return false;
     }
     position += static_cast<uint64_t>(length);
@@ -231,11 +232,11 @@ TEST(ClientConnectionFaults, KeysWaitForAServerThatStopsReading) {
 
 // Of the packets in both directions every fifth or so is dropped, by nft's random numbers.
 bool DropPackets() {
-  const support::Result added = support::Run(
-      {"nft",
-       "add table ip loss;"
-       "add chain ip loss input { type filter hook input priority 0; };"
-       "add rule ip loss input meta l4proto tcp numgen random mod 100 < 20 drop"});
+  const support::Result added =
+      support::Run({"nft",
+                    "add table ip loss;"
+                    "add chain ip loss input { type filter hook input priority 0; };"
+                    "add rule ip loss input meta l4proto tcp numgen random mod 100 < 20 drop"});
   return added.exit_status == 0;
 }
 
