@@ -2,6 +2,7 @@
 #ifndef TARVEN_UTIL_CHARACTER_SET_H_
 #define TARVEN_UTIL_CHARACTER_SET_H_
 
+#include <bit>
 #include <cstdint>
 #include <initializer_list>
 
@@ -23,7 +24,7 @@ class Set {
 
   constexpr bool Contains(char character) const {
     const auto code = static_cast<uint8_t>(character);
-    return code < 64 && ((mask_ >> code) & 1) != 0;
+    return code < std::bit_width(mask_) && ((mask_ >> code) & 1) != 0;
   }
 
  private:

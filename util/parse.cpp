@@ -47,34 +47,46 @@ struct Number {
   uint64_t value;
 };
 
+inline uint32_t DigitValue(char digit) { return kDigitValues[static_cast<uint8_t>(digit)]; }
+
+// Two digits a step: what they make together need not wait for the value of those before.
 template <uint32_t kBase>
-Number ScanDigits(const char* text) {
-  const auto digit_value = [](char digit) { return kDigitValues[static_cast<uint8_t>(digit)]; };
-  const char* end = text;
+inline Number ScanDigits(const char* text) {
+  constexpr uint64_t kBaseOfTwo = uint64_t{kBase} * kBase;
+  uint32_t first = DigitValue(*text);
+  if (first >= kBase) return {nullptr, 0};
   uint64_t value = 0;
-  for (; digit_value(*end) < kBase; ++end) value = value * kBase + digit_value(*end);
-  return {end != text ? end : nullptr, value};
+  do {
+    const uint32_t second = DigitValue(text[1]);
+    if (second >= kBase) return {text + 1, value * kBase + first};
+    value = value * kBaseOfTwo + (first * kBase + second);
+    text += 2;
+    first = DigitValue(*text);
+  } while (first < kBase);
+  return {text, value};
 }
 
-Number ScanUnsigned(const char* text, bool is_hex) {
+// The base is that of a number without the prefix.
+template <uint32_t kBase>
+inline Number ScanUnsigned(const char* text) {
   const bool has_prefix = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
   if (has_prefix) text += 2;
-  return has_prefix || is_hex ? ScanDigits<16>(text) : ScanDigits<10>(text);
+  return has_prefix ? ScanDigits<16>(text) : ScanDigits<kBase>(text);
 }
 
-// With blanks and a sign in front.
-Number ScanNumber(const char* text, bool is_hex) {
-  text = BehindBlanks(text);
-  if (*text != '-') return ScanUnsigned(text, is_hex);
-  const Number number = ScanUnsigned(text + 1, is_hex);
-  return {number.end, 0 - number.value};
-}
-
-int32_t ParseLow32(const char** cursor, uint32_t* value, int32_t force_hex) {
-  uint64_t number = 0;
-  const int32_t result = UTIL_ParseNumber64(cursor, &number, force_hex);
-  *value = static_cast<uint32_t>(number);
-  return result;
+// With blanks and a sign in front. Inlined, since a number is read in hardly more time than a call
+// takes.
+template <uint32_t kBase>
+[[gnu::always_inline]] inline int32_t ParseNumber(const char** cursor, uint64_t* value) {
+  const char* text = BehindBlanks(*cursor);
+  // All ones for a negative number: from a branch, as digits must not wait for what is known of a sign.
+  const uint64_t sign = *text == '-' ? ~uint64_t{0} : 0;
+  if (sign != 0) ++text;
+  const Number number = ScanUnsigned<kBase>(text);
+  if (number.end == nullptr) return -1;
+  *cursor = number.end;
+  *value = (number.value ^ sign) - sign;
+  return 0;
 }
 
 void StoreUnlessNull(uint32_t* place, uint32_t value) {
@@ -124,29 +136,33 @@ int32_t ParseQuotedToken(const char** cursor, const char* start, char* destinati
 }  // namespace
 
 int32_t UTIL_ParseUnsigned(const char* text, uint32_t* value) {
-  const Number number = ScanUnsigned(text, false);
+  const Number number = ScanUnsigned<10>(text);
   if (number.end == nullptr) return -1;
   *value = static_cast<uint32_t>(number.value);
   return 0;
 }
 
 int32_t UTIL_ParseNumber64(const char** cursor, uint64_t* value, int32_t force_hex) {
-  const Number number = ScanNumber(*cursor, force_hex != 0);
-  if (number.end == nullptr) return -1;
-  *cursor = number.end;
-  *value = number.value;
-  return 0;
+  return force_hex != 0 ? UTIL_ParseHex64(cursor, value) : ParseNumber<10>(cursor, value);
 }
 
 int32_t UTIL_ParseHex64(const char** cursor, uint64_t* value) {
-  return UTIL_ParseNumber64(cursor, value, 1);
+  return ParseNumber<16>(cursor, value);
 }
 
 int32_t UTIL_ParseHex32(const char** cursor, uint32_t* value) {
-  return ParseLow32(cursor, value, 1);
+  uint64_t number = 0;
+  const int32_t result = UTIL_ParseHex64(cursor, &number);
+  *value = static_cast<uint32_t>(number);
+  return result;
 }
 
-int32_t UTIL_ReadU32(const char** cursor, uint32_t* value) { return ParseLow32(cursor, value, 0); }
+int32_t UTIL_ReadU32(const char** cursor, uint32_t* value) {
+  uint64_t number = 0;
+  const int32_t result = UTIL_ParseNumber64(cursor, &number, 0);
+  *value = static_cast<uint32_t>(number);
+  return result;
+}
 
 int32_t UTIL_CheckDottedQuad(const char** cursor) {
   bool is_well_formed = true;

@@ -269,6 +269,46 @@ TEST(UtilParseNumber64, HexadecimalDigitsGoToFInBothCasesAndNothingElse) {
   }
 }
 
+// Digit by digit, modulo 2^64.
+uint64_t ValueOf(std::string_view digits, uint64_t base) {
+  constexpr std::string_view kDigits = "0123456789abcdef0123456789ABCDEF";
+  uint64_t value = 0;
+  for (const char digit : digits) value = value * base + kDigits.find(digit) % 16;
+  return value;
+}
+
+TEST(UtilParseNumber64, TakesAnyNumberOfDigits) {
+  const std::string decimal = "918273645509182736455564738291076543210987";
+  const std::string hexadecimal = "f1E2d3C4b5A69788796a5B4c3D2e1F0098badCFE";
+  for (size_t count = 1; count <= 40; ++count) {
+    SCOPED_TRACE(count);
+    const std::string tens = decimal.substr(0, count);
+    const std::string sixteens = hexadecimal.substr(0, count);
+    for (const std::string rest : {"", ",7", " 7", "-7"}) {
+      ExpectNumber(ValueOf(tens, 10), tens + rest, rest);
+      ExpectNumber(0 - ValueOf(tens, 10), "-" + tens + rest, rest);
+      ExpectNumber(ValueOf(sixteens, 16), sixteens + rest, rest, 1);
+      ExpectNumber(ValueOf(sixteens, 16), "0x" + sixteens + rest, rest);
+      ExpectNumber(0 - ValueOf(sixteens, 16), " -0X" + sixteens + rest, rest, 1);
+    }
+    ExpectNumber(ValueOf(tens, 10), tens + "a", "a");
+    ExpectNumber(ValueOf(sixteens, 16), sixteens + "g", "g", 1);
+  }
+}
+
+TEST(UtilParseNumber64, DigitsEndAtEveryOtherCharacterInEveryPlace) {
+  constexpr std::string_view kDigits = "0123456789ABCDEFabcdef";
+  for (const std::string digits : {"12", "123", "1234"}) {
+    for (int code = 1; code < 256; ++code) {
+      const char c = static_cast<char>(code);
+      const std::string rest = std::string{c} + "5";
+      if (!IsOneOf(c, kDigits)) ExpectNumber(ValueOf(digits, 16), digits + rest, rest, 1);
+      if (!IsOneOf(c, kDigits.substr(0, 10)))
+        ExpectNumber(ValueOf(digits, 10), digits + rest, rest);
+    }
+  }
+}
+
 // ---- UTIL_ParseHex64, UTIL_ParseHex32, UTIL_ReadU32 ----
 
 TEST(UtilParseHex64, IsAlwaysHexadecimal) {
