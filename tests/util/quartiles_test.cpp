@@ -3,10 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <random>
 #include <vector>
 
 #include "tests/support/guarded_buffer.h"
+#include "util/truncation.h"
 
 namespace {
 
@@ -234,6 +237,174 @@ TEST(UtilGetQuartiles, NoBucketIsNarrowEnoughForResolutionZero) {
 
 TEST(UtilGetQuartiles, NoBucketsLocateNothing) {
   EXPECT_EQ(Quartiles({0, 39}, {5, 15, 25, 35}, 0, 10).result, -1);
+}
+
+// ---- Any samples ----
+
+// Counts the samples one by one, each quartile for itself.
+class SimpleEstimate {
+ public:
+  SimpleEstimate(const std::vector<uint64_t>& samples, uint64_t resolution)
+      : samples_(samples), resolution_(resolution) {}
+
+  std::vector<uint64_t> Buckets(Range range, size_t count) const {
+    std::vector<uint64_t> buckets(count);
+    for (const uint64_t sample : samples_) {
+      if (sample < range.low || sample > range.high) continue;
+      const double widths = static_cast<double>(sample - range.low) / Width(range, count);
+      ++buckets[std::min(static_cast<size_t>(widths), count - 1)];
+    }
+    return buckets;
+  }
+
+  // False when it cannot be located.
+  bool Locate(Range range, size_t bucket_count, uint64_t target, uint64_t* quartile) const {
+    for (int counts = 0; counts < 12; ++counts) {
+      if (CountOnce(&range, counts == 0 ? bucket_count : 800, target, quartile)) return true;
+    }
+    return false;
+  }
+
+ private:
+  static double Width(Range range, size_t count) {
+    const uint64_t values = range.high - range.low + 1;
+    return (values == 0 ? 0x1p64 : static_cast<double>(values)) / static_cast<double>(count);
+  }
+
+  // True when the quartile is found; else the range is the next one.
+  bool CountOnce(Range* range, size_t bucket_count, uint64_t target, uint64_t* quartile) const {
+    const std::vector<uint64_t> buckets = Buckets(*range, bucket_count);
+    const double width = Width(*range, bucket_count);
+    const uint64_t whole_width = std::max<uint64_t>(truncation::ToUnsigned(width), 1);
+    uint64_t total = 0;
+    for (const uint64_t sample : samples_) total += sample < range->low ? 1 : 0;
+    if (total >= target) {
+      const auto smallest = std::min_element(samples_.begin(), samples_.end());
+      *range = {samples_.empty() ? kHighest : *smallest, range->low};
+      return false;
+    }
+    size_t i = 0;
+    while (i < bucket_count && total < target) total += buckets[i++];
+    if (total < target) {
+      const auto largest = std::max_element(samples_.begin(), samples_.end());
+      *range = {range->high, *largest};
+      return false;
+    }
+    if (whole_width <= resolution_) {
+      *quartile = truncation::ToUnsigned(static_cast<double>(range->low) +
+                                         static_cast<double>(i - 1) * width + width / 2);
+      return true;
+    }
+    range->low += (i - 1) * whole_width;
+    range->high = range->low + whole_width;
+    return false;
+  }
+
+  const std::vector<uint64_t>& samples_;
+  const uint64_t resolution_;
+};
+
+void ExpectSimpleEstimate(Range range, const std::vector<uint64_t>& samples, uint32_t bucket_count,
+                          uint64_t resolution) {
+  const SimpleEstimate simple(samples, resolution);
+  const size_t count = samples.size();
+  Estimate expected = {};
+  expected.buckets = simple.Buckets(range, bucket_count);
+  const bool are_located = simple.Locate(range, bucket_count, count / 4, &expected.first) &&
+                           simple.Locate(range, bucket_count, count / 2, &expected.median) &&
+                           simple.Locate(range, bucket_count, count - count / 4, &expected.third);
+  const Estimate estimate = Quartiles(range, samples, bucket_count, resolution);
+  EXPECT_EQ(estimate.result, are_located ? 0 : -1);
+  EXPECT_EQ(estimate.first, expected.first);
+  EXPECT_EQ(estimate.median, expected.median);
+  EXPECT_EQ(estimate.third, expected.third);
+  EXPECT_EQ(estimate.buckets, expected.buckets);
+}
+
+// The samples as they are, in ascending and descending order, and ascending but for one.
+void ExpectSimpleEstimatesInAnyOrder(Range range, std::vector<uint64_t> samples,
+                                     uint32_t bucket_count, uint64_t resolution) {
+  SCOPED_TRACE(testing::Message() << samples.size() << " samples, " << bucket_count
+                                  << " buckets from " << range.low << " to " << range.high
+                                  << ", resolution " << resolution);
+  ExpectSimpleEstimate(range, samples, bucket_count, resolution);
+  std::sort(samples.begin(), samples.end());
+  ExpectSimpleEstimate(range, samples, bucket_count, resolution);
+  for (size_t i = 1; i < samples.size(); i += samples.size() / 5 + 1) {
+    std::swap(samples[i - 1], samples[i]);
+    ExpectSimpleEstimate(range, samples, bucket_count, resolution);
+    std::swap(samples[i - 1], samples[i]);
+  }
+  std::reverse(samples.begin(), samples.end());
+  ExpectSimpleEstimate(range, samples, bucket_count, resolution);
+}
+
+TEST(UtilGetQuartiles, OrderAndNumberOfSamplesChangeNothing) {
+  std::mt19937_64 random(20240229);
+  for (size_t count = 0; count <= 100; ++count) {
+    std::vector<uint64_t> samples(count);
+    for (uint64_t& sample : samples) sample = random() % 1000;
+    ExpectSimpleEstimatesInAnyOrder({0, 999}, samples, 37, 1);
+    ExpectSimpleEstimatesInAnyOrder({250, 749}, samples, 10, 5);  // about half of them outside
+    ExpectSimpleEstimatesInAnyOrder({400, 410}, samples, 10, 1);  // nearly all
+    ExpectSimpleEstimatesInAnyOrder({2000, 2010}, samples, 3, 1);
+    for (uint64_t& sample : samples) sample %= 3;
+    ExpectSimpleEstimatesInAnyOrder({0, 2}, samples, 4, 1);
+  }
+}
+
+TEST(UtilGetQuartiles, BucketsOfAnyWidthAreCountedAlike) {
+  std::mt19937_64 random(20240229);
+  for (int width = 0; width < 64; ++width) {
+    for (const uint32_t bucket_count : {1U, 2U, 3U, 10U, 800U}) {
+      const uint64_t span = kHighest >> width;
+      const uint64_t low = random() % (kHighest - span + 1 != 0 ? kHighest - span + 1 : kHighest);
+      std::vector<uint64_t> samples(61);
+      for (uint64_t& sample : samples)
+        sample = low + (span == kHighest ? random() : random() % (span + 1));
+      ExpectSimpleEstimatesInAnyOrder({low, low + span}, samples, bucket_count, 1 + span / 1000);
+    }
+  }
+}
+
+TEST(UtilGetQuartiles, TheFirstAndLastNumberOfEachBucketAreInIt) {
+  // Neighbours of all places where a bucket may end, exactly or after rounding.
+  for (const uint64_t values :
+       {uint64_t{29}, uint64_t{1000}, uint64_t{1} << 40, (uint64_t{1} << 52) - 1, uint64_t{1} << 52,
+        (uint64_t{1} << 52) + 1, (uint64_t{1} << 53) + 1, (uint64_t{1} << 60) + 12345, kHighest}) {
+    for (const uint32_t bucket_count : {1U, 3U, 7U, 10U}) {
+      std::vector<uint64_t> samples;
+      for (uint64_t bucket = 0; bucket <= bucket_count; ++bucket) {
+        const auto end = static_cast<uint64_t>(static_cast<long double>(values) *
+                                               static_cast<long double>(bucket) / bucket_count);
+        for (uint64_t i = 0; i < 7; ++i) samples.push_back(std::min(end - 3 + i, values - 1));
+        for (uint64_t step = 8; step < 8192; step *= 2) {
+          samples.push_back(std::min(end - step, values - 1));
+          samples.push_back(std::min(end + step, values - 1));
+        }
+      }
+      ExpectSimpleEstimatesInAnyOrder({0, values - 1}, samples, bucket_count, values / 5 + 1);
+    }
+  }
+}
+
+TEST(UtilGetQuartiles, RangesThatEndBeforeTheyBeginHoldNothing) {
+  std::vector<uint64_t> samples;
+  for (uint64_t i = 0; i < 40; ++i) samples.push_back(i * 37 % 40);
+  ExpectSimpleEstimatesInAnyOrder({20, 10}, samples, 10, 1);
+  ExpectSimpleEstimatesInAnyOrder({20, 19}, samples, 10, 1);
+  ExpectSimpleEstimatesInAnyOrder({kHighest, 0}, samples, 10, 1);
+}
+
+TEST(UtilGetQuartiles, LongRunsInOneBucketAreCountedWhole) {
+  for (const size_t count : {15U, 16U, 17U, 31U, 33U, 48U, 49U, 500U, 5000U}) {
+    std::vector<uint64_t> samples(count, 123456);
+    ExpectSimpleEstimatesInAnyOrder({0, 999999}, samples, 1000, 1);
+    samples.insert(samples.begin(), 17, 5);
+    samples.insert(samples.end(), count / 3, 123999);
+    samples.insert(samples.end(), count / 2, 124000);
+    ExpectSimpleEstimatesInAnyOrder({0, 999999}, samples, 1000, 1);
+  }
 }
 
 }  // namespace
