@@ -52,8 +52,7 @@ int32_t UTIL_sdiv(int32_t dividend, int32_t divisor);
 
 /* ---- Common divisors and ranges ---- */
 
-/* Returns the greatest common divisor, found by repeated remainder (Euclid's algorithm); 0 when
- * either value is 0. */
+/* Returns the greatest common divisor; 0 when either value is 0. */
 uint64_t UTIL_gcd(uint64_t first, uint64_t second);
 
 /* Returns 1 when address is one of the length addresses from start on, else 0; so length 0 always

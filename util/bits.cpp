@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstring>
+#include <span>
 
 #include "util/byte_order.h"
 
@@ -56,6 +57,41 @@ void StoreBits32(uint8_t* bytes, uint32_t value, uint32_t first_bit) {
   StoreLittle(bytes, kept | static_cast<uint32_t>(bits));
   if (first_bit == 0) return;
   bytes[4] = static_cast<uint8_t>((bytes[4] & ~(replaced >> 32)) | (bits >> 32));
+}
+
+void WriteAt(uint8_t* buffer, uint32_t value, uint64_t bit_position) {
+  StoreBits32(buffer + bit_position / 8, value, bit_position % 8);
+}
+
+// Values that begin more than 32 bits apart, of which none touches another.
+void WriteApart(uint8_t* buffer, std::span<const uint32_t> values, uint32_t start_bit,
+                uint32_t bits_per_value) {
+  uint64_t bit_position = start_bit;
+  for (const uint32_t value : values) {
+    WriteAt(buffer, value, bit_position);
+    bit_position += bits_per_value;
+  }
+}
+
+// Packs the low bits of each value, at most 32, and keeps those in front. Of the last byte the rest is
+// for the next value, and 0 so far.
+void PackLowBits(uint8_t* buffer, std::span<const uint32_t> values, uint32_t start_bit,
+                 uint32_t bits_per_value) {
+  uint8_t* bytes = buffer + start_bit / 8;
+  const uint64_t mask = (uint64_t{1} << bits_per_value) - 1;
+  // These wait for a whole word, so that no load has to wait for the stores before it.
+  uint32_t waiting = start_bit % 8;
+  uint64_t bits = waiting == 0 ? 0 : *bytes & ((1U << waiting) - 1);
+  for (const uint32_t value : values) {
+    bits |= (value & mask) << waiting;
+    waiting += bits_per_value;
+    if (waiting < 32) continue;
+    StoreLittle(bytes, static_cast<uint32_t>(bits));
+    bytes += 4;
+    bits >>= 32;
+    waiting -= 32;
+  }
+  for (uint32_t i = 0; i < waiting; i += 8) *bytes++ = static_cast<uint8_t>(bits >> i);
 }
 
 // The mask's bits of a byte take the value's.
@@ -123,8 +159,12 @@ uint32_t UTIL_ReadBits(const uint8_t* buffer, uint32_t bit_position, uint32_t co
   if (count == 0 || count > 16) return 0;
   const uint8_t* const bytes = buffer + bit_position / 8;
   const uint32_t skipped = bit_position % 8;
-  uint32_t bits = 0;
-  for (uint32_t i = 0; i * 8 < skipped + count; ++i) bits |= uint32_t{bytes[i]} << (i * 8);
+  // The bits stand in one, two or three bytes. With fewer than three, one is taken more than once,
+  // which changes nothing.
+  const uint32_t last = (skipped + count - 1) / 8;
+  const uint32_t middle = last / 2;
+  const uint32_t bits =
+      bytes[0] | uint32_t{bytes[middle]} << (middle * 8) | uint32_t{bytes[last]} << (last * 8);
   return (bits >> skipped) & ((1U << count) - 1);
 }
 
@@ -137,16 +177,17 @@ uint32_t UTIL_ReadBits32(const uint8_t* buffer, uint32_t bit_position) {
 }
 
 void UTIL_WriteBits32(uint8_t* buffer, uint32_t value, uint32_t bit_position) {
-  StoreBits32(buffer + bit_position / 8, value, bit_position % 8);
+  WriteAt(buffer, value, bit_position);
 }
 
 void UTIL_WriteBitsArray(uint8_t* buffer, const uint32_t* values, uint32_t start_bit,
                          uint32_t bits_per_value, uint32_t count) {
-  uint64_t bit_position = start_bit;
-  for (uint32_t i = 0; i < count; ++i) {
-    StoreBits32(buffer + bit_position / 8, values[i], bit_position % 8);
-    bit_position += bits_per_value;
-  }
+  if (count == 0) return;
+  // Each value but the last loses its excess to the next one, unless there is a gap between them.
+  const uint32_t last = count - 1;
+  const auto write_others = bits_per_value <= 32 ? PackLowBits : WriteApart;
+  write_others(buffer, {values, last}, start_bit, bits_per_value);
+  WriteAt(buffer, values[last], start_bit + uint64_t{last} * bits_per_value);
 }
 
 void UTIL_SetBitRange(uint8_t* buffer, uint32_t first_bit, uint32_t count) {
@@ -157,9 +198,15 @@ void UTIL_ClearBitRange(uint8_t* buffer, uint32_t first_bit, uint32_t count) {
   FillBits(buffer, first_bit, count, 0x00);
 }
 
-uint32_t UTIL_CountBits(uint32_t value) { return static_cast<uint32_t>(std::popcount(value)); }
+uint32_t UTIL_CountBits(uint32_t value) {
+  // Sums of neighbouring bits, pairs and groups of four; where std::popcount is a call, this is not.
+  value -= (value >> 1) & 0x55555555;
+  value = (value & 0x33333333) + ((value >> 2) & 0x33333333);
+  value = (value + (value >> 4)) & 0x0F0F0F0F;
+  return (value * 0x01010101) >> 24;
+}
 
-uint32_t UTIL_Parity(uint32_t value) { return UTIL_CountBits(value) % 2; }
+uint32_t UTIL_Parity(uint32_t value) { return static_cast<uint32_t>(__builtin_parity(value)); }
 
 uint32_t UTIL_HighestBit(uint32_t value) { return UTIL_HighestBit64(value); }
 

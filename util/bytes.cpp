@@ -133,15 +133,14 @@ void UTIL_SwapArray64(void* destination, const void* source, uint32_t count) {
 
 uint32_t UTIL_ReadVarU32(const uint8_t** cursor) {
   const uint8_t* next = *cursor;
-  uint32_t value = 0;
-  uint32_t shift = 0;
-  uint8_t byte;
-  do {
+  uint8_t byte = *next++;
+  // Most numbers take one byte, which needs no shift.
+  uint32_t value = byte & 0x7FU;
+  for (uint32_t shift = 7; (byte & 0x80) != 0; shift += 7) {
     byte = *next++;
     // Too long an encoding starts over at bit 0 rather than shift out of the number.
     value |= (byte & 0x7FU) << (shift % 32);
-    shift += 7;
-  } while ((byte & 0x80) != 0);
+  }
   *cursor = next;
   return value;
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 namespace {
 
 constexpr uint64_t kHighestAddress = 0xFFFFFFFFFFFFFFFF;
@@ -184,6 +187,36 @@ TEST(UtilGcd, GivesTheGreatestCommonDivisor) {
     SCOPED_TRACE(testing::Message() << c.first << " and " << c.second);
     EXPECT_EQ(UTIL_gcd(c.first, c.second), c.expected);
   }
+}
+
+// By repeated remainder.
+uint64_t DivisorByRemainders(uint64_t first, uint64_t second) {
+  return second == 0 ? first : DivisorByRemainders(second, first % second);
+}
+
+TEST(UtilGcd, FindsWhatRepeatedRemaindersFind) {
+  std::mt19937_64 random(20240229);
+  for (int i = 0; i < 20000; ++i) {
+    const uint64_t common = (random() >> (random() % 64)) | 1;
+    const uint64_t first = ((random() >> (random() % 64)) * common) | (uint64_t{1} << 63);
+    const uint64_t second = std::max<uint64_t>((random() >> (random() % 64)) * common, 1);
+    SCOPED_TRACE(testing::Message() << first << " and " << second);
+    EXPECT_EQ(UTIL_gcd(first, second), DivisorByRemainders(first, second));
+    EXPECT_EQ(UTIL_gcd(second, first), DivisorByRemainders(first, second));
+  }
+  for (uint64_t first = 1; first <= 64; ++first) {
+    for (uint64_t second = 1; second <= 64; ++second) {
+      EXPECT_EQ(UTIL_gcd(first, second), DivisorByRemainders(first, second));
+    }
+  }
+}
+
+TEST(UtilGcd, KeepsTheTwosThatBothHave) {
+  for (int twos = 0; twos < 63; ++twos) {
+    EXPECT_EQ(UTIL_gcd(uint64_t{1} << twos, uint64_t{1} << 63), uint64_t{1} << twos);
+    EXPECT_EQ(UTIL_gcd(uint64_t{1} << 63, uint64_t{1} << twos), uint64_t{1} << twos);
+  }
+  EXPECT_EQ(UTIL_gcd(uint64_t{3} << 40, uint64_t{9} << 20), uint64_t{3} << 20);
 }
 
 TEST(UtilGcd, IsZeroWhenEitherIsZero) {

@@ -171,6 +171,18 @@ TEST(UtilReadBits, NoBitsGiveZero) {
   EXPECT_EQ(UTIL_ReadBits(stream.bytes(), 12, 0), 0U);
 }
 
+TEST(UtilReadBits, NeedsNoByteBehindItsLastBit) {
+  const Bytes all = {0xB4, 0x6C, 0xF1, 0x3A};
+  for (uint32_t position = 0; position < 16; ++position) {
+    for (uint32_t count = 1; count <= 16; ++count) {
+      SCOPED_TRACE(testing::Message() << count << " at " << position);
+      GuardedBytes stream(Bytes(all.begin(), all.begin() + (position + count + 7) / 8));
+      const uint32_t expected = (0x3AF16CB4 >> position) & ((1U << count) - 1);
+      EXPECT_EQ(UTIL_ReadBits(stream.bytes(), position, count), expected);
+    }
+  }
+}
+
 TEST(UtilReadBits, ReadsToTheVeryEndOfTheStream) {
   GuardedBytes one({0x80});
   EXPECT_EQ(UTIL_ReadBits(one.bytes(), 0, 8), 0x80U);
@@ -295,6 +307,40 @@ TEST(UtilWriteBitsArray, StaysInsideTheBytesItNames) {
   }
 }
 
+// What the values leave when they are written one after another, bit by bit.
+Bytes PackedBitByBit(const std::vector<uint32_t>& values, uint32_t start_bit,
+                     uint32_t bits_per_value, size_t size) {
+  Bytes stream(size, GuardedBuffer::kFill);
+  for (uint32_t i = 0; i < values.size(); ++i) {
+    for (uint32_t bit = 0; bit < 32; ++bit) {
+      const uint32_t position = start_bit + i * bits_per_value + bit;
+      const auto mask = static_cast<uint8_t>(1 << (position % 8));
+      uint8_t& byte = stream[position / 8];
+      byte = static_cast<uint8_t>(((values[i] >> bit) & 1) != 0 ? byte | mask : byte & ~mask);
+    }
+  }
+  return stream;
+}
+
+TEST(UtilWriteBitsArray, LeavesWhatOneValueAfterAnotherLeaves) {
+  std::vector<uint32_t> values;
+  for (uint32_t count = 1; count <= 20; ++count) {
+    values.push_back(count * 0x9E3779B1);
+    for (uint32_t start_bit = 0; start_bit < 18; ++start_bit) {
+      for (uint32_t bits = 0; bits <= 42; ++bits) {
+        SCOPED_TRACE(testing::Message() << count << " of " << bits << " from " << start_bit);
+        const size_t size = (start_bit + (count - 1) * bits + 32 + 7) / 8;
+        EXPECT_EQ(Packed(values, start_bit, bits, size),
+                  PackedBitByBit(values, start_bit, bits, size));
+      }
+    }
+  }
+}
+
+TEST(UtilWriteBitsArray, NoValuesLeaveTheStream) {
+  EXPECT_THAT(Packed({}, 3, 4, 2), ElementsAre(0xA5, 0xA5));
+}
+
 // ---- Runs ----
 
 TEST(UtilSetBitRange, SetsTheBitsAlone) {
@@ -397,6 +443,19 @@ TEST(UtilCountBits, CountsSetBits) {
   EXPECT_EQ(UTIL_CountBits(0x80000001), 2U);
   EXPECT_EQ(UTIL_CountBits(0x12345678), 13U);
   EXPECT_EQ(UTIL_CountBits(0xFFFFFFFF), 32U);
+}
+
+TEST(UtilCountBits, CountsEachBitOfEveryPlaceAndNumber) {
+  for (uint32_t first = 0; first < 32; ++first) {
+    for (uint32_t count = 1; first + count <= 32; ++count) {
+      SCOPED_TRACE(testing::Message() << count << " from " << first);
+      const auto run = static_cast<uint32_t>(((uint64_t{1} << count) - 1) << first);
+      EXPECT_EQ(UTIL_CountBits(run), count);
+      EXPECT_EQ(UTIL_CountBits(~run), 32 - count);
+      EXPECT_EQ(UTIL_Parity(run), count % 2);
+      EXPECT_EQ(UTIL_Parity(~run), count % 2);
+    }
+  }
 }
 
 TEST(UtilParity, IsOneForAnOddNumberOfSetBits) {
