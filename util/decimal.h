@@ -32,6 +32,20 @@ inline uint32_t Length(uint64_t value) {
   return estimate + (non_zero >= kPowersOfTen[estimate] ? 1 : 0);
 }
 
+// The eight digits of a number below 10^8 as characters, the leading one in the lowest byte. Each step
+// halves all groups of digits at once: a group's quotient stays in the low half of its bits, and the
+// remainder goes to the high half.
+inline uint64_t EightDigits(uint32_t value) {
+  const uint64_t quotient = value / 10'000;
+  const uint64_t fours = quotient | uint64_t{value - quotient * 10'000} << 32;
+  // 10486 / 2^20 and 103 / 2^10 divide exactly enough for numbers below 10^4 and 10^2.
+  const uint64_t hundreds = (fours * 10'486 >> 20) & 0x0000'007F'0000'007F;
+  const uint64_t pairs = hundreds | (fours - hundreds * 100) << 16;
+  const uint64_t tens = (pairs * 103 >> 10) & 0x000F'000F'000F'000F;
+  const uint64_t digits = tens | (pairs - tens * 10) << 8;
+  return digits | 0x3030'3030'3030'3030;
+}
+
 }  // namespace decimal
 
 #endif

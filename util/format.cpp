@@ -1,15 +1,63 @@
 #include "util/format.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
 
+#include "util/byte_order.h"
+#include "util/character_word.h"
 #include "util/decimal.h"
+#include "util/hexadecimal.h"
 
 namespace {
+
+// ---- Output ----
+
+using character_word::kWordSize;
+using Block = uint8_t __attribute__((vector_size(2 * kWordSize)));
+using BlockHalves = uint64_t __attribute__((vector_size(2 * kWordSize)));
+
+bool Contains(Block block, char character) {
+  const auto matches = reinterpret_cast<BlockHalves>(block == static_cast<uint8_t>(character));
+  return (matches[0] | matches[1]) != 0;
+}
+
+// Copies a text up to a character, or all of it. Returns how many characters that is; nothing behind
+// them is stored, and nothing behind the text is loaded.
+size_t CopyUntil(char character, char* destination, const char* text, size_t length) {
+  using byte_order::LoadLittle;
+  using byte_order::StoreLittle;
+  size_t done = 0;
+  for (; length - done >= sizeof(Block); done += sizeof(Block)) {
+    const auto block = LoadLittle<Block>(text + done);
+    if (Contains(block, character)) break;
+    StoreLittle(destination + done, block);
+  }
+  for (; length - done >= kWordSize; done += kWordSize) {
+    const auto word = LoadLittle<uint64_t>(text + done);
+    if (const uint64_t matches = character_word::Matches(word, character); matches != 0) {
+      const size_t count = character_word::First(matches);
+      character_word::Store(destination + done, word, count);
+      return done + count;
+    }
+    StoreLittle(destination + done, word);
+  }
+  if (done == length) return done;
+  if (length >= kWordSize) {
+    // The last word reaches back into what is copied already.
+    const auto word = LoadLittle<uint64_t>(text + length - kWordSize);
+    if (character_word::Matches(word, character) == 0) {
+      StoreLittle(destination + length - kWordSize, word);
+      return length;
+    }
+  }
+  const uint64_t word = character_word::Load(text + done, length - done);
+  const uint64_t matches = character_word::Matches(word, character);
+  const size_t count = std::min(character_word::First(matches), length - done);
+  character_word::Store(destination + done, word, count);
+  return done + count;
+}
 
 // Where the text goes. Every store passes through here, so nothing lands behind the capacity.
 class Output {
@@ -17,28 +65,42 @@ class Output {
   Output(char* buffer, int32_t capacity)
       : next_(buffer), end_(buffer + (capacity > 1 ? capacity - 1 : 0)) {}
 
-  size_t room() const { return static_cast<size_t>(end_ - next_); }
+  // Once it is, nothing that follows can change the text.
+  bool IsFull() const { return next_ == end_; }
 
   void Put(char character) {
     if (next_ < end_) *next_++ = character;
   }
 
-  void Fill(char character, size_t count) {
+  // Puts the first count characters of a word.
+  void PutWord(uint64_t word, size_t count) {
     const size_t stored = std::min(count, room());
-    memset(next_, character, stored);
+    character_word::Store(next_, word, stored);
     next_ += stored;
   }
 
   void PutString(const char* text) {
-    void* const behind_terminator = memccpy(next_, text, '\0', room());
-    next_ = behind_terminator ? static_cast<char*>(behind_terminator) - 1 : end_;
+    // What does not fit is not even looked at.
+    const void* const terminator = memchr(text, '\0', room());
+    const size_t length =
+        terminator ? static_cast<size_t>(static_cast<const char*>(terminator) - text) : room();
+    memcpy(next_, text, length);
+    next_ += length;
   }
 
-  // Takes count characters of the destination; the caller stores them, and count is at most room().
-  char* Take(size_t count) {
-    char* const start = next_;
-    next_ += count;
-    return start;
+  // Puts a text up to a character, or all of it, or what fits of it. Returns how many characters
+  // that is.
+  size_t PutUntil(char character, const char* text, size_t length) {
+    const size_t copied = CopyUntil(character, next_, text, std::min(length, room()));
+    next_ += copied;
+    return copied;
+  }
+
+  void Fill(char character, size_t count) {
+    if (count <= kWordSize) return PutWord(character_word::Of(character), count);
+    const size_t stored = std::min(count, room());
+    memset(next_, character, stored);
+    next_ += stored;
   }
 
   char* Terminate() {
@@ -47,9 +109,13 @@ class Output {
   }
 
  private:
+  size_t room() const { return static_cast<size_t>(end_ - next_); }
+
   char* next_;
-  char* const end_;  // where the terminator stands at the latest
+  char* end_;  // where the terminator stands at the latest
 };
+
+// ---- Directives ----
 
 struct Directive {
   uint32_t width = 0;
@@ -63,80 +129,74 @@ struct Arguments {
   va_list list;
 };
 
-constexpr std::array<char, 200> kDecimalPairs = [] {
-  std::array<char, 200> pairs{};
-  for (size_t i = 0; i < 100; ++i) {
-    pairs[2 * i] = static_cast<char>('0' + i / 10);
-    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-  }
-  return pairs;
-}();
+// ---- Numbers ----
 
-constexpr char kLowerDigits[] = "0123456789abcdef";
-constexpr char kUpperDigits[] = "0123456789ABCDEF";
+// Digits are made eight at a time, in a register. A base knows how.
+struct Decimal {
+  static constexpr int32_t kMostDigits = 20;
+  static constexpr uint64_t kEightDigits = decimal::kPowersOfTen[8];
 
-uint32_t HexLength(uint64_t value) {
-  return (static_cast<uint32_t>(std::bit_width(value | 1)) + 3) / 4;
+  uint32_t Length(uint64_t value) const { return decimal::Length(value); }
+  uint64_t EightDigits(uint32_t value) const { return decimal::EightDigits(value); }
+};
+
+struct Hexadecimal {
+  static constexpr int32_t kMostDigits = 16;
+  static constexpr uint64_t kEightDigits = uint64_t{1} << 32;
+
+  uint32_t Length(uint64_t value) const { return hexadecimal::Length(value); }
+  uint64_t EightDigits(uint32_t value) const { return hexadecimal::EightDigits(value, to_letters); }
+
+  uint64_t to_letters;
+};
+
+// Puts the last digits, at most eight, of a number that has no more.
+template <typename Base>
+[[gnu::always_inline]] inline void PutGroup(Output& output, Base base, uint64_t value,
+                                            int32_t digits) {
+  const auto count = static_cast<uint32_t>(digits);
+  const uint64_t group = base.EightDigits(static_cast<uint32_t>(value));
+  output.PutWord(group >> (8 * (kWordSize - count)), count);
 }
 
-// Stores exactly length digits, the last one in front of end. Unsigned is uint32_t or uint64_t:
-// values that fit in 32 bits are divided in 32-bit arithmetic.
-template <typename Unsigned>
-void StoreDecimal(char* end, uint32_t length, Unsigned value) {
-  for (; length >= 2; length -= 2) {
-    end -= 2;
-    memcpy(end, &kDecimalPairs[2 * static_cast<size_t>(value % 100)], 2);
-    value /= 100;
+// Puts the digits in front of the last eight. The output travels by value here: where its address is
+// taken it cannot stay in registers.
+template <typename Base>
+Output PutLeadingGroups(Output output, Base base, uint64_t value, int32_t digits) {
+  if (digits > Base::kMostDigits - 8) {
+    output.Fill('0', static_cast<uint32_t>(digits - (Base::kMostDigits - 8)));
+    digits = Base::kMostDigits - 8;
   }
-  if (length == 1) end[-1] = static_cast<char>('0' + value % 10);
+  if (digits > 8) {
+    PutGroup(output, base, value / Base::kEightDigits, digits - 8);
+    value %= Base::kEightDigits;
+    digits = 8;
+  }
+  PutGroup(output, base, value, digits);
+  return output;
 }
 
-void StoreHex(char* end, uint32_t length, uint64_t value, const char* digits) {
-  for (; length > 0; --length) {
-    *--end = digits[value & 0xF];
-    value >>= 4;
+// Widths and precisions beyond the signed range count as none.
+template <typename Base>
+void PutNumber(Output& output, Base base, const Directive& directive, uint64_t value) {
+  const auto width = static_cast<int32_t>(directive.width);
+  const auto precision = static_cast<int32_t>(directive.precision);
+  const int32_t digits = std::max(precision, static_cast<int32_t>(base.Length(value)));
+  if (width > digits) output.Fill(' ', static_cast<uint32_t>(width - digits));
+  if (digits > 8) {
+    output = PutLeadingGroups(output, base, value / Base::kEightDigits, digits - 8);
+    value %= Base::kEightDigits;
   }
+  PutGroup(output, base, value, std::min(digits, 8));
 }
 
-// Pads with spaces up to the width, and with zeros up to the precision. Widths and precisions
-// beyond the signed range count as none.
-void PutPadding(Output& output, const Directive& directive, uint32_t length) {
-  const int64_t precision = static_cast<int32_t>(directive.precision);
-  const int64_t width = static_cast<int32_t>(directive.width);
-  const int64_t digits = std::max<int64_t>(precision, length);
-  if (width > digits) output.Fill(' ', static_cast<size_t>(width - digits));
-  if (digits > length) output.Fill('0', static_cast<size_t>(digits - length));
+uint64_t NextUnsigned(const Directive& directive, Arguments& arguments) {
+  return directive.is_64_bit ? va_arg(arguments.list, unsigned long long)
+                             : va_arg(arguments.list, unsigned);
 }
 
-void PutDecimal(Output& output, const Directive& directive, uint64_t value) {
-  uint32_t length = decimal::Length(value);
-  PutPadding(output, directive, length);
-  if (output.room() == 0) return;
-  if (length > output.room()) {
-    // Only the leading digits fit: drop the others from the value.
-    value /= decimal::kPowersOfTen[length - output.room()];
-    length = static_cast<uint32_t>(output.room());
-  }
-  char* const end = output.Take(length) + length;
-  if (value <= UINT32_MAX) {
-    StoreDecimal(end, length, static_cast<uint32_t>(value));
-  } else {
-    StoreDecimal(end, length, value);
-  }
-}
-
-void PutHex(Output& output, const Directive& directive, uint64_t value, const char* digits) {
-  uint32_t length = HexLength(value);
-  PutPadding(output, directive, length);
-  if (output.room() == 0) return;
-  if (length > output.room()) {
-    value >>= 4 * (length - output.room());
-    length = static_cast<uint32_t>(output.room());
-  }
-  StoreHex(output.Take(length) + length, length, value, digits);
-}
-
-void PutSigned(Output& output, const Directive& directive, Arguments& arguments) {
+// Puts the sign of the next argument and returns its magnitude.
+uint64_t PutSign(Output& output, const Directive& directive, Arguments& arguments) {
   int64_t value = 0;
   if (directive.is_64_bit) {
     value = va_arg(arguments.list, long long);
@@ -150,19 +210,27 @@ void PutSigned(Output& output, const Directive& directive, Arguments& arguments)
     output.Put('-');
     value = -value;
   }
-  PutDecimal(output, directive, static_cast<uint64_t>(value));
+  return static_cast<uint64_t>(value);
 }
 
-uint64_t NextUnsigned(const Directive& directive, Arguments& arguments) {
-  return directive.is_64_bit ? va_arg(arguments.list, unsigned long long)
-                             : va_arg(arguments.list, unsigned);
+// The low half alone, whatever the "l" count.
+uint64_t NextPointer(Arguments& arguments) {
+  return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(va_arg(arguments.list, void*)));
 }
 
-// The low half alone, whatever the "l" count, and always eight columns.
-void PutPointer(Output& output, Directive directive, Arguments& arguments) {
-  directive.width = 8;
-  const auto address = reinterpret_cast<uintptr_t>(va_arg(arguments.list, void*));
-  PutHex(output, directive, static_cast<uint32_t>(address), kLowerDigits);
+void PutDecimal(Output& output, const Directive& directive, Arguments& arguments) {
+  const uint64_t value = directive.conversion == 'u' ? NextUnsigned(directive, arguments)
+                                                     : PutSign(output, directive, arguments);
+  PutNumber(output, Decimal{}, directive, value);
+}
+
+void PutHex(Output& output, Directive directive, Arguments& arguments) {
+  if (directive.conversion == 'p') directive.width = 8;
+  const uint64_t value =
+      directive.conversion == 'p' ? NextPointer(arguments) : NextUnsigned(directive, arguments);
+  const Hexadecimal base{directive.conversion == 'X' ? hexadecimal::kToUpperLetters
+                                                     : hexadecimal::kToLowerLetters};
+  PutNumber(output, base, directive, value);
 }
 
 uint32_t ReadNumber(const char*& format) {
@@ -190,48 +258,69 @@ void PutConversion(Output& output, const Directive& directive, Arguments& argume
   switch (directive.conversion) {
     case 'd':
     case 'i':
-      return PutSigned(output, directive, arguments);
     case 'u':
-      return PutDecimal(output, directive, NextUnsigned(directive, arguments));
+      return PutDecimal(output, directive, arguments);
     case 'x':
-      return PutHex(output, directive, NextUnsigned(directive, arguments), kLowerDigits);
     case 'X':
-      return PutHex(output, directive, NextUnsigned(directive, arguments), kUpperDigits);
+    case 'p':
+      return PutHex(output, directive, arguments);
     case 'c':
       return output.Put(static_cast<char>(va_arg(arguments.list, int)));
     case 's':
       return output.PutString(va_arg(arguments.list, const char*));
-    case 'p':
-      return PutPointer(output, directive, arguments);
     default:
       return;  // Unknown conversions produce nothing and take no argument.
   }
 }
 
-}  // namespace
+// ---- Formats ----
 
-char* UTIL_vsnprintf(char* buffer, int32_t capacity, const char* format, va_list arguments) {
-  Output output(buffer, capacity);
-  Arguments shared;
-  va_copy(shared.list, arguments);
-  while (*format != '\0') {
-    const char character = *format++;
-    if (character != '%') {
-      output.Put(character);
-    } else if (*format == '%') {
+// Looking for the end of the format pays for longer runs than this.
+constexpr size_t kShortRun = 4;
+
+// Puts what stands in front of the next "%" or the end of the format. end is that end once it has
+// been looked for, and null before. Returns where the "%" or the end is, or any place when the output
+// is full.
+const char* PutRun(Output& output, const char* format, const char*& end) {
+  for (size_t i = 0; *format != '%' && *format != '\0'; ++i) {
+    if (i == kShortRun) {
+      if (end == nullptr) end = format + strlen(format);
+      return format + output.PutUntil('%', format, static_cast<size_t>(end - format));
+    }
+    output.Put(*format++);
+  }
+  return format;
+}
+
+char* Format(Output output, const char* format, Arguments& arguments) {
+  const char* end = nullptr;
+  while (!output.IsFull()) {
+    format = PutRun(output, format, end);
+    if (*format != '%') break;
+    ++format;
+    if (*format == '%') {
       output.Put(*format++);
     } else {
-      PutConversion(output, ReadDirective(format), shared);
+      PutConversion(output, ReadDirective(format), arguments);
     }
   }
-  va_end(shared.list);
   return output.Terminate();
 }
 
+}  // namespace
+
+char* UTIL_vsnprintf(char* buffer, int32_t capacity, const char* format, va_list arguments) {
+  Arguments shared;
+  va_copy(shared.list, arguments);
+  char* const terminator = Format({buffer, capacity}, format, shared);
+  va_end(shared.list);
+  return terminator;
+}
+
 char* UTIL_snprintf(char* buffer, int32_t capacity, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  char* const terminator = UTIL_vsnprintf(buffer, capacity, format, arguments);
-  va_end(arguments);
+  Arguments arguments;
+  va_start(arguments.list, format);
+  char* const terminator = Format({buffer, capacity}, format, arguments);
+  va_end(arguments.list);
   return terminator;
 }

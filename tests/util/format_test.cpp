@@ -390,6 +390,17 @@ TEST(UtilSnprintf, EveryPairOfDecimalDigits) {
   }
 }
 
+// Four digits are divided in each half of a group of eight.
+TEST(UtilSnprintf, EveryFourDecimalDigitsInBothHalves) {
+  for (unsigned number = 0; number <= 9999; ++number) {
+    const std::string high = std::to_string(10'000 + number).substr(1);
+    const std::string low = std::to_string(19'999 - number).substr(1);
+    char text[9];
+    UTIL_snprintf(text, 9, "%.8u", number * 10'000 + 9999 - number);
+    ASSERT_EQ(text, high + low);
+  }
+}
+
 // ---- Hexadecimal ----
 
 TEST(UtilSnprintf, HexadecimalNumbersHaveTheirDigitsAtEveryBorder) {
@@ -451,6 +462,20 @@ TEST(UtilSnprintf, LowerAndUpperCaseHexadecimalHaveDigitsOfTheirOwn) {
 TEST(UtilSnprintf, SixBytesAndASeparatorGiveAMacAddress) {
   ExpectText("00:1A:2B:0C:D4:FF", "%.2X%c%.2X%c%.2X%c%.2X%c%.2X%c%.2X", 0x00, ':', 0x1A, ':', 0x2B,
              ':', 0x0C, ':', 0xD4, ':', 0xFF);
+}
+
+TEST(UtilSnprintf, EveryHexadecimalDigitInEveryPlace) {
+  for (int place = 0; place < 16; ++place) {
+    for (int digit = 0; digit <= 0xF; ++digit) {
+      std::string lower(16, '0');
+      std::string upper(16, '0');
+      lower[static_cast<size_t>(15 - place)] = "0123456789abcdef"[digit];
+      upper[static_cast<size_t>(15 - place)] = "0123456789ABCDEF"[digit];
+      const uint64_t value = static_cast<uint64_t>(digit) << (4 * place);
+      EXPECT_EQ(Formatted(17, "%.16llx", value), lower);
+      EXPECT_EQ(Formatted(17, "%.16llX", value), upper);
+    }
+  }
 }
 
 // ---- Characters ----

@@ -10,6 +10,7 @@
 
 #include "tests/support/comma_locale.h"
 #include "tests/support/guarded_buffer.h"
+#include "util/format.h"
 
 namespace {
 
@@ -381,6 +382,27 @@ TEST(UtilFormatMACAddr, HasTwoUpperCaseDigitsAByte) {
 TEST(UtilFormatMACAddr, IsCutToTheBuffer) {
   const uint8_t address[6] = {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E};
   ExpectCutToEverySize("00:1A:2B:3C:4D:5E", MACFormatter(address, ':'));
+}
+
+// A zero separator is stored like any other character.
+TEST(UtilFormatMACAddr, PrintsWhatItsDirectivesPrint) {
+  for (int number = 0; number <= 0xFF; ++number) {
+    const auto byte = static_cast<uint8_t>(number);
+    const uint8_t address[6] = {byte,
+                                static_cast<uint8_t>(byte + 1),
+                                static_cast<uint8_t>(byte ^ 0xF0),
+                                static_cast<uint8_t>(0xFF - byte),
+                                static_cast<uint8_t>(byte * 3),
+                                static_cast<uint8_t>(byte + 0x80)};
+    const auto separator = static_cast<char>(number);
+    char expected[18];
+    UTIL_snprintf(expected, sizeof expected, "%.2X%c%.2X%c%.2X%c%.2X%c%.2X%c%.2X", address[0],
+                  separator, address[1], separator, address[2], separator, address[3], separator,
+                  address[4], separator, address[5]);
+    char text[18];
+    EXPECT_EQ(UTIL_FormatMACAddr(address, separator, text, sizeof text), text + 17);
+    EXPECT_EQ(std::string(text, 18), std::string(expected, 18)) << number;
+  }
 }
 
 TEST(UtilFormatters, GiveTheTerminatorOfACutText) {
