@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 #include <span>
 
+#include "util/byte_order.h"
 #include "util/format.h"
+#include "util/hexadecimal.h"
 #include "util/parse.h"
 
 namespace {
@@ -74,6 +77,14 @@ uint64_t SizeOf(const UTIL_SIZE_BLOCK* list) {
   uint64_t size = 0;
   for (; list->count != 0; ++list) size += uint64_t{list->count} * list->unit_size;
   return size;
+}
+
+// ---- Addresses ----
+
+// Stores the eight hexadecimal digits of four bytes.
+void StoreDigits(char* digits, const uint8_t* bytes) {
+  const auto number = byte_order::LoadBig<uint32_t>(bytes);
+  byte_order::StoreLittle(digits, hexadecimal::EightDigits(number, hexadecimal::kToUpperLetters));
 }
 
 // ---- Names of operating systems ----
@@ -148,10 +159,21 @@ int32_t UTIL_ParseIPAddr(const char* text, uint32_t* address) {
   return 0;
 }
 
+// Prints "%.2X%c%.2X%c%.2X%c%.2X%c%.2X%c%.2X", without the time of eleven directives.
 char* UTIL_FormatMACAddr(const uint8_t* address, char separator, char* buffer, uint32_t size) {
-  return Print(buffer, size, "%.2X%c%.2X%c%.2X%c%.2X%c%.2X%c%.2X", address[0], separator,
-               address[1], separator, address[2], separator, address[3], separator, address[4],
-               separator, address[5]);
+  char digits[12];
+  StoreDigits(digits, address);
+  StoreDigits(digits + 4, address + 2);
+  char text[18];
+  for (size_t i = 0; i < 6; ++i) {
+    memcpy(text + 3 * i, digits + 2 * i, 2);
+    text[3 * i + 2] = separator;
+  }
+  if (size == 0) return buffer;
+  const size_t length = std::min<size_t>(size - 1, 17);
+  memcpy(buffer, text, length);
+  buffer[length] = '\0';
+  return buffer + length;
 }
 
 const char* UTIL_GetOSName(uint32_t code) {
