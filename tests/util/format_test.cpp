@@ -730,8 +730,9 @@ TEST(UtilSnprintf, HugeWidthsAreCutAtTheCapacity) {
 // What they print is not promised; that they stay inside the buffer is.
 TEST(UtilSnprintf, PrecisionsBeyondTheSupportedRangeStayInsideTheBuffer) {
   for (const char* const format :
-       {"%.11d", "%.21llu", "%.9x", "%.17llX", "%.9p", "%.1000000llu", "%.2147483647lld",
-        "%.2147483648lld", "%.4294967295llu", "%4294967295.4294967295llu"}) {
+       {"%.11d", "%.21llu", "%.9x", "%.17llX", "%.9p", "%.27llu", "%.28lld", "%.23llx", "%.24llX",
+        "%.1000000llu", "%.2147483647lld", "%.2147483648lld", "%.4294967295llu",
+        "%4294967295.4294967295llu"}) {
     SCOPED_TRACE(format);
     for (const int32_t capacity : {INT32_MIN, 0, 1, 2, 16, 24, 64}) {
       Formatted(capacity, format, UINT64_MAX);
