@@ -79,6 +79,22 @@ class Output {
     next_ += stored;
   }
 
+  // Puts the last count characters, 9 to 16, of two words.
+  void PutTwoWords(uint64_t first, uint64_t second, size_t count) {
+    const size_t left_out = 2 * kWordSize - count;
+    const uint64_t rest = first >> (8 * left_out);
+    if (room() < count) {
+      PutWord(rest, kWordSize - left_out);
+      PutWord(second, kWordSize);
+      return;
+    }
+    // Two stores that overlap. The shift is in two steps, as none of 64 bits is defined.
+    const uint64_t filled = rest | (second << 1) << (63 - 8 * left_out);
+    byte_order::StoreLittle(next_, filled);
+    byte_order::StoreLittle(next_ + count - kWordSize, second);
+    next_ += count;
+  }
+
   void PutString(const char* text) {
     // What does not fit is not even looked at.
     const void* const terminator = memchr(text, '\0', room());
@@ -159,21 +175,23 @@ template <typename Base>
   output.PutWord(group >> (8 * (kWordSize - count)), count);
 }
 
-// Puts the digits in front of the last eight. The output travels by value here: where its address is
-// taken it cannot stay in registers.
+// Puts the digits in front of the last sixteen. The output travels by value here: where its address
+// is taken it cannot stay in registers.
 template <typename Base>
-Output PutLeadingGroups(Output output, Base base, uint64_t value, int32_t digits) {
-  if (digits > Base::kMostDigits - 8) {
-    output.Fill('0', static_cast<uint32_t>(digits - (Base::kMostDigits - 8)));
-    digits = Base::kMostDigits - 8;
-  }
-  if (digits > 8) {
-    PutGroup(output, base, value / Base::kEightDigits, digits - 8);
-    value %= Base::kEightDigits;
-    digits = 8;
-  }
-  PutGroup(output, base, value, digits);
+Output PutLeadingDigits(Output output, Base base, uint64_t value, int32_t digits) {
+  constexpr int32_t kMostLeading = Base::kMostDigits - 16;
+  if (digits > kMostLeading) output.Fill('0', static_cast<uint32_t>(digits - kMostLeading));
+  if constexpr (kMostLeading > 0) PutGroup(output, base, value, std::min(digits, kMostLeading));
   return output;
+}
+
+// Puts the last digits, 9 to 16, of a number.
+template <typename Base>
+[[gnu::always_inline]] inline void PutTwoGroups(Output& output, Base base, uint64_t value,
+                                                int32_t digits) {
+  const auto high = static_cast<uint32_t>(value / Base::kEightDigits);
+  const auto low = static_cast<uint32_t>(value % Base::kEightDigits);
+  output.PutTwoWords(base.EightDigits(high), base.EightDigits(low), static_cast<uint32_t>(digits));
 }
 
 // Widths and precisions beyond the signed range count as none.
@@ -183,11 +201,13 @@ void PutNumber(Output& output, Base base, const Directive& directive, uint64_t v
   const auto precision = static_cast<int32_t>(directive.precision);
   const int32_t digits = std::max(precision, static_cast<int32_t>(base.Length(value)));
   if (width > digits) output.Fill(' ', static_cast<uint32_t>(width - digits));
-  if (digits > 8) {
-    output = PutLeadingGroups(output, base, value / Base::kEightDigits, digits - 8);
-    value %= Base::kEightDigits;
+  if (digits <= 8) return PutGroup(output, base, value, digits);
+  if (digits > 16) {
+    const uint64_t leading = value / Base::kEightDigits / Base::kEightDigits;
+    output = PutLeadingDigits(output, base, leading, digits - 16);
+    value -= leading * Base::kEightDigits * Base::kEightDigits;
   }
-  PutGroup(output, base, value, std::min(digits, 8));
+  PutTwoGroups(output, base, value, std::min(digits, 16));
 }
 
 uint64_t NextUnsigned(const Directive& directive, Arguments& arguments) {
