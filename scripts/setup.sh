@@ -6,15 +6,16 @@
 #   scripts/setup.sh ci        the same for every check of .ci/run
 #   scripts/setup.sh bench     the same for the benchmarks
 #   scripts/setup.sh coverage  the same for the tests' coverage
+#   scripts/setup.sh fuzz      the same for the fuzzers (on Debian)
 #   scripts/setup.sh darwin    what cross-building for macOS takes (on Debian); the compiler goes to
 #                              build/toolchain
 set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci | bench | coverage | darwin) ;;
+    run | test | ci | bench | coverage | fuzz | darwin) ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|darwin]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|fuzz|darwin]" >&2
         exit 2
         ;;
 esac
@@ -26,6 +27,7 @@ debian_packages() {
         test) echo "$tests" ;;
         ci) echo "$tests clang clang-format clang-tidy binutils" ;;
         coverage) echo "$tests gcovr" ;;
+        fuzz) echo clang libclang-rt-dev llvm ;;
         bench)
             echo libbenchmark-dev libfmt-dev libstb-dev libabsl-dev libpugixml-dev librapidxml-dev
             echo libexpat1-dev libxml2-dev libglib2.0-dev pkg-config netcat-openbsd socat

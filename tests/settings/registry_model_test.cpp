@@ -4,36 +4,20 @@
 #include <vector>
 
 #include "tests/settings/registry_fixture.h"
+#include "tests/settings/registry_model.h"
 
 namespace {
 
+using registry_model::kKeys;
+using registry_model::kNames;
+using registry_model::kSameKeys;
+using registry_model::kSameNames;
+using registry_model::Value;
 using registry_test::Key;
 using registry_test::SysReg;
 
-// A value as its attributes hold it. The further strings outlive a change to another type.
-struct ModelValue {
-  uint32_t type = 0;  // 0: there is none
-  std::string text;
-  uint64_t number = 0;
-  std::vector<std::string> further_strings;
-};
-
-// A file keeps 255 bytes of every text.
-void CutAsTheFileDoes(ModelValue* value) {
-  value->text.resize(std::min<size_t>(value->text.size(), 255));
-  for (std::string& string : value->further_strings) {
-    string.resize(std::min<size_t>(string.size(), 255));
-  }
-}
-
 class SysRegModel : public SysReg {
  protected:
-  // Names that differ in case alone are the same, so the model knows them by number.
-  static constexpr const char* kKeys[] = {"A", "B\\C", "b\\D", "Long key\\x", "a\\A"};
-  static constexpr const char* kSameKeys[] = {"a", "B\\c", "B\\d", "LONGKEY\\X", "A\\a"};
-  static constexpr const char* kNames[] = {"N", "Value!", "x-1", "_", "Serial No", "n2"};
-  static constexpr const char* kSameNames[] = {"n", "VALUE!", "X-1", "_", "serialno", "N2"};
-
   size_t Random(size_t below) {
     return std::uniform_int_distribution<size_t>(0, below - 1)(random_);
   }
@@ -49,70 +33,41 @@ class SysRegModel : public SysReg {
     return text;
   }
 
-  void SetString(const Key& key, const char* name, ModelValue* value) {
-    value->type = 1;
-    value->text = RandomText(0);
-    EXPECT_EQ(key.SetString(name, value->text), 0);
+  void SetString(const Key& key, const char* name, Value* value) {
+    const std::string text = RandomText(0);
+    value->SetString(text);
+    EXPECT_EQ(key.SetString(name, text), 0);
   }
-  void SetNumber(const Key& key, const char* name, uint32_t type, ModelValue* value) {
-    value->type = type;
-    value->number = random_();
-    EXPECT_EQ(SYS_REG_SetValue(key.handle(), name, type, &value->number, 8), 0);
-    if (type == 4) value->number &= 0xFFFFFFFF;
+  void SetNumber(const Key& key, const char* name, uint32_t type, Value* value) {
+    const uint64_t number = random_();
+    value->SetNumber(type, number);
+    EXPECT_EQ(SYS_REG_SetValue(key.handle(), name, type, &number, 8), 0);
   }
-  void SetStrings(const Key& key, const char* name, ModelValue* value) {
-    if (value->type == 7) value->further_strings.clear();
-    value->type = 7;
+  void SetStrings(const Key& key, const char* name, Value* value) {
     std::vector<std::string> strings(1 + Random(5));
     std::string memory;
     for (std::string& string : strings) {
       string = RandomText(1);
       memory += string + '\0';
     }
-    value->text = strings[0];
-    for (size_t i = 1; i < strings.size(); ++i) {
-      if (value->further_strings.size() < i) value->further_strings.emplace_back();
-      value->further_strings[i - 1] = strings[i];
-    }
+    value->SetStrings(strings);
     EXPECT_EQ(key.SetStrings(name, memory + '\0'), 0);
   }
-  void Delete(const Key& key, const char* name, ModelValue* value) {
-    EXPECT_EQ(SYS_REG_DeleteValue(key.handle(), name), value->type == 0 ? 1 : 0);
-    if (value->type == 7) value->further_strings.clear();
-    value->type = 0;
+  static void Delete(const Key& key, const char* name, Value* value) {
+    EXPECT_EQ(SYS_REG_DeleteValue(key.handle(), name), value->Delete());
   }
 
-  static void CheckStrings(const ModelValue& value, const std::string& data, uint32_t size) {
-    std::string expected = value.text + '\0';
-    size_t lengths = value.text.size();
-    for (const std::string& string : value.further_strings) {
-      expected += string + '\0';
-      lengths += string.size();
-    }
-    EXPECT_EQ(size, lengths + 1);
-    EXPECT_EQ(data.substr(0, expected.size() + 1), expected + '\0');
-  }
-  static void Check(const Key& key, const char* name, const ModelValue& value) {
+  static void Check(const Key& key, const char* name, const Value& value, uint32_t capacity) {
+    const registry_model::Answer expected = value.Query(capacity);
     uint32_t type = 0;
-    std::string data(4000, '\x5A');
-    auto size = static_cast<uint32_t>(data.size());
-    const int32_t result = SYS_REG_QueryValue(key.handle(), name, &type, data.data(), &size);
-    if (value.type == 0) {
-      EXPECT_EQ(result, 2);
-      return;
-    }
-    ASSERT_EQ(result, 0);
-    ASSERT_EQ(type, value.type);
-    if (type == 7) return CheckStrings(value, data, size);
-    if (type == 1) {
-      EXPECT_EQ(size, value.text.size());
-      EXPECT_EQ(data.substr(0, size), value.text);
-      return;
-    }
-    uint64_t number = 0;
-    memcpy(&number, data.data(), size);
-    EXPECT_EQ(size, type == 4 ? 4U : 8U);
-    EXPECT_EQ(number, value.number);
+    std::string data(capacity + 1, '\x5A');
+    uint32_t size = capacity;
+    EXPECT_EQ(SYS_REG_QueryValue(key.handle(), name, &type, data.data(), &size), expected.result);
+    EXPECT_EQ(type, expected.type);
+    EXPECT_EQ(size, expected.size);
+    std::string expected_data = expected.stored;
+    expected_data.resize(data.size(), '\x5A');
+    EXPECT_EQ(data, expected_data);
   }
 
   void CheckAll() {
@@ -120,21 +75,21 @@ class SysRegModel : public SysReg {
       const Key opened(kSameKeys[key]);
       for (size_t name = 0; name < std::size(kNames); ++name) {
         SCOPED_TRACE(std::string(kKeys[key]) + " " + kNames[name]);
-        Check(opened, kSameNames[name], model_[{key, name}]);
+        Check(opened, kSameNames[name], model_[{key, name}], 4000);
       }
     }
   }
 
   void FlushAndReload() {
     SYS_REG_Flush();
-    for (auto& [place, value] : model_) CutAsTheFileDoes(&value);
+    for (auto& [place, value] : model_) value.CutAsTheFileDoes();
   }
 
   void DoSomething() {
     const size_t key = Random(std::size(kKeys));
     const size_t name = Random(std::size(kNames));
     const Key opened(kKeys[key]);
-    ModelValue* const value = &model_[{key, name}];
+    Value* const value = &model_[{key, name}];
     switch (Random(7)) {
       case 0:
         return SetString(opened, kNames[name], value);
@@ -147,12 +102,12 @@ class SysRegModel : public SysReg {
       case 4:
         return Delete(opened, kNames[name], value);
       default:
-        return Check(opened, kSameNames[name], *value);
+        return Check(opened, kSameNames[name], *value, static_cast<uint32_t>(Random(1000)));
     }
   }
 
   std::mt19937_64 random_{20210705};
-  std::map<std::pair<size_t, size_t>, ModelValue> model_;
+  std::map<std::pair<size_t, size_t>, Value> model_;
 };
 
 TEST_F(SysRegModel, AgreesWithTheStoreOverTenThousandOperations) {
