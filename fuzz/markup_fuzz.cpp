@@ -1,5 +1,5 @@
-// Markup documents: what is read, written and read again is the same tree, also into buffers that are
-// too small; and no allocation that fails brings the reader or the writer down.
+// Markup documents: what is read is the reference's tree, and so is what is written and read again;
+// buffers may be too small for the text; and no allocation that fails brings anything down.
 //
 // Input: the byte of AllocationChoice, the byte that sizes a small buffer, the text.
 #include <algorithm>
@@ -8,62 +8,32 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "fuzz/markup_reference.h"
 #include "fuzz/support/allocation_choice.h"
 #include "fuzz/support/byte_source.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/exact_buffer.h"
 #include "fuzz/support/large_blocks.h"
+#include "fuzz/support/memory_file.h"
 #include "settings/xml.h"
 
 namespace {
 
 using fuzz::Require;
+using markup_reference::Element;
 
 constexpr size_t kLargestText = 0x100000;
 constexpr size_t kMaxKeptBytes = 255;
 constexpr int kMaxLevels = 101;
 
-// ---- The file that is read ----
-
-constexpr int32_t kHandle = 7;
-std::string_view file_text;
-size_t file_position = 0;
-
-}  // namespace
-
-extern "C" {
-
-int32_t __wrap_SYS_FILE_Open(const char*, uint32_t) {
-  file_position = 0;
-  return kHandle;
-}
-
-int32_t __wrap_SYS_FILE_GetSize(int32_t) { return static_cast<int32_t>(file_text.size()); }
-
-int32_t __wrap_SYS_FILE_Read(int32_t, void* buffer, uint32_t size) {
-  const std::string_view read = file_text.substr(file_position, size);
-  std::copy(read.begin(), read.end(), static_cast<char*>(buffer));
-  file_position += read.size();
-  return 0;
-}
-
-int32_t __wrap_SYS_FILE_Seek(int32_t, int32_t, int32_t) {
-  return static_cast<int32_t>(file_position);
-}
-
-int32_t __wrap_SYS_FILE_Close(int32_t) { return 0; }
-
-}  // extern "C"
-
-namespace {
-
 // Owns a document, or null.
 class Document {
  public:
   explicit Document(std::string_view text) {
-    file_text = text;
+    fuzz::memory_file::Put(text);
     document_ = XML_LoadFile("any");
   }
   ~Document() { XML_FreeDoc(document_); }
@@ -131,23 +101,18 @@ class TreeCheck {
   bool has_plain_names_ = true;
 };
 
-// ---- Two trees ----
-
-void RequireSameAttributes(const XML_ATTR* first, const XML_ATTR* second) {
-  for (; first != nullptr && second != nullptr; first = first->next, second = second->next) {
-    Require(strcmp(first->name, second->name) == 0, "an attribute reads back with its name");
-    Require(strcmp(first->value, second->value) == 0, "an attribute reads back with its value");
+// The elements from one on, as the reference has them.
+std::vector<Element> TreeFrom(const XML_NODE* first) {
+  std::vector<Element> elements;
+  for (const XML_NODE* element = first; element != nullptr; element = element->next) {
+    Element copy = {element->name, {}, TreeFrom(element->first_child)};
+    for (const XML_ATTR* attribute = element->first_attr; attribute != nullptr;
+         attribute = attribute->next) {
+      copy.attributes.push_back({attribute->name, attribute->value});
+    }
+    elements.push_back(std::move(copy));
   }
-  Require(first == nullptr && second == nullptr, "as many attributes read back");
-}
-
-void RequireSameSiblings(const XML_NODE* first, const XML_NODE* second) {
-  for (; first != nullptr && second != nullptr; first = first->next, second = second->next) {
-    Require(strcmp(first->name, second->name) == 0, "an element reads back with its name");
-    RequireSameAttributes(first->first_attr, second->first_attr);
-    RequireSameSiblings(first->first_child, second->first_child);
-  }
-  Require(first == nullptr && second == nullptr, "as many elements read back");
+  return elements;
 }
 
 // ---- Texts ----
@@ -170,22 +135,24 @@ void RequireTextIn(const Document& document, std::string_view text, size_t capac
   buffer.RequireUntouchedFrom(stored, "nothing is stored behind a text");
 }
 
-void CheckLoaded(const Document& document, uint8_t capacity) {
+void CheckLoaded(const Document& document, const std::vector<Element>& tree, uint8_t capacity) {
+  Require(TreeFrom(document.root()) == tree, "a document has what its text holds");
   TreeCheck check(capacity);
   check.Siblings(document.root(), nullptr, 1);
   const std::string text = Text(document);
   // A text near the limit may be damaged.
   if (!check.has_plain_names() || text.size() > kLargestText / 2) return;
   const Document again(text);
-  Require(static_cast<bool>(again), "what was written can be read");
-  RequireSameSiblings(document.root(), again.root());
+  Require(TreeFrom(again.root()) == tree, "what was written is read as the same tree");
   Require(text == Text(again), "what was read back is written the same");
   RequireTextIn(document, text, text.size() - std::min<size_t>(capacity, text.size()));
 }
 
 void Check(std::string_view text, uint8_t capacity) {
   const Document document(text);
-  if (document) CheckLoaded(document, capacity);
+  const auto tree = markup_reference::Reader(text).Read();
+  Require(static_cast<bool>(document) == tree.has_value(), "what follows the rules can be read");
+  if (document) CheckLoaded(document, *tree, capacity);
 }
 
 void CheckWithoutMemory(std::string_view text, uint8_t allocation) {

@@ -210,6 +210,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   server = Server(bytes);
   printed.clear();
+  // What an earlier text may have left behind.
+  std::fill_n(_RxBuffer, kRxBufferSize, '?');
   _Port = 19021;
   const fuzz::AllocationChoice choice(allocation);
   const char* const error = _RunSession();
