@@ -37,12 +37,13 @@ memory=/dev/shm
 homes=$(mktemp -d "$memory/fuzz.XXXXXX")
 trap 'kill $(jobs -p) 2>/dev/null || true; wait; rm -rf "$homes"' EXIT
 
-# search TARGET: returns the fuzzer's status; what it says goes to a log.
+# search TARGET: becomes the fuzzer, which says what it says to a log.
 search() {
-    local corpus=build/fuzz/corpora/$1 findings=build/fuzz/findings/$1 options=()
+    local corpus=build/fuzz/corpora/$1 findings=build/fuzz/findings/$1
+    local options=()
     mkdir -p "$corpus" "$findings"
     [ ! -f "fuzz/$1.dict" ] || options=("-dict=fuzz/$1.dict")
-    TMPDIR=$homes "build/fuzz/bin/$1_fuzz" "${options[@]}" -max_total_time="$seconds" -max_len=4096 \
+    TMPDIR=$homes exec "build/fuzz/bin/$1_fuzz" "${options[@]}" -max_total_time="$seconds" -max_len=4096 \
         -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$findings/" \
         "$corpus" "fuzz/corpora/$1" >"build/fuzz/$1.log" 2>&1
 }
@@ -61,24 +62,25 @@ report() {
 explain() {
     echo "$1 failed; build/fuzz/$1.log tells how:"
     grep -E -m 3 'ERROR:|does not hold|runtime error' "build/fuzz/$1.log" | sed 's/^/    /' || true
-    local finding
-    for finding in build/fuzz/findings/"$1"/*; do
-        [ ! -f "$finding" ] || echo "    build/fuzz/bin/$1_fuzz $finding"
+    find "build/fuzz/findings/$1" -type f -newer "$homes/start" | while read -r finding; do
+        echo "    build/fuzz/bin/$1_fuzz $finding"
     done
 }
 
-failed=()
-statuses=$homes/statuses
-mkdir "$statuses"
+touch "$homes/start"
+searches=()
 for target in "${targets[@]}"; do
     while [ "$(jobs -pr | wc -l)" -ge "$(getconf _NPROCESSORS_ONLN)" ]; do wait -n || true; done
-    { search "$target" || touch "$statuses/$target"; } &
+    search "$target" &
+    searches+=($!)
 done
-wait
 
-for target in "${targets[@]}"; do
-    report "$target"
-    [ ! -e "$statuses/$target" ] || failed+=("$target")
+failed=()
+for i in "${!targets[@]}"; do
+    wait "${searches[i]}" || failed+=("${targets[i]}")
+    report "${targets[i]}"
 done
-for target in ${failed[@]+"${failed[@]}"}; do explain "$target"; done
-[ ${#failed[@]} -eq 0 ]
+[ ${#failed[@]} -eq 0 ] || {
+    for target in "${failed[@]}"; do explain "$target"; done
+    exit 1
+}
