@@ -87,6 +87,10 @@ setup_macos() {
         echo "The benchmarks take their peers from Debian's packages; please run them there." >&2
         exit 1
     fi
+    if [ "$purpose" = fuzz ]; then
+        echo "The fuzzers need a Clang with libFuzzer, which Apple's lacks; please run them on Debian." >&2
+        exit 1
+    fi
     if ! xcode-select -p >/dev/null 2>&1; then
         echo "The command-line tools are missing. Run: xcode-select --install" >&2
         exit 1
