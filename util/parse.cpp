@@ -71,7 +71,7 @@ template <uint32_t kBase>
 inline Number ScanUnsigned(const char* text) {
   const bool has_prefix = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
   if (has_prefix) text += 2;
-  return has_prefix ? ScanDigits<16>(text) : ScanDigits<kBase>(text);
+  return kBase == 16 || has_prefix ? ScanDigits<16>(text) : ScanDigits<kBase>(text);
 }
 
 // With blanks and a sign in front. Inlined, since a number is read in hardly more time than a call
