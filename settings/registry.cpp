@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "settings/xml.h"
+#include "settings/xml_load.h"
 #include "settings/xml_name.h"
 #include "settings/xml_record.h"
 #include "sys/files.h"
@@ -20,6 +21,8 @@
 #include "util/text.h"
 
 namespace {
+
+using xml_load::Outcome;
 
 // ---- Names and paths ----
 
@@ -174,14 +177,10 @@ int32_t OpenWithRetries(const char* path, uint32_t flags) {
 }
 
 // Sees to it that there is a file with a document: one that is missing is made, and the content of
-// one that did not load is given up.
-bool ResetFile(const char* path) {
+// one that is no document is given up. One that could not be opened a moment ago keeps its content.
+bool ResetFile(const char* path, Outcome outcome) {
   uint32_t flags = SYS_FILE_FLAG_READ | SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE;
-  const int32_t existing = SYS_FILE_Open(path, SYS_FILE_FLAG_READ);
-  if (existing >= 0) {
-    SYS_FILE_Close(existing);
-    flags |= SYS_FILE_FLAG_TRUNCATE;
-  }
+  if (outcome == Outcome::kNoDocument) flags |= SYS_FILE_FLAG_TRUNCATE;
   const int32_t handle = OpenWithRetries(path, flags);
   if (handle < 0) return false;
   if (SYS_FILE_GetSize(handle) == 0) {
@@ -191,11 +190,14 @@ bool ResetFile(const char* path) {
   return true;
 }
 
-// Sees to it that a hive is in memory. Returns 0 or -1.
+// Sees to it that a hive is in memory. Returns 0 or -1, also for want of memory or when a read fails:
+// the file may hold a good document then and is left alone.
 int32_t SYS_REG_LoadHive(const char* path, Hive* hive) {
   if (hive->document != nullptr) return 0;
-  hive->document = XML_LoadFile(path);
-  if (hive->document == nullptr && ResetFile(path)) hive->document = XML_LoadFile(path);
+  Outcome outcome;
+  hive->document = xml_load::Load(path, &outcome);
+  const bool may_reset = outcome == Outcome::kNotOpened || outcome == Outcome::kNoDocument;
+  if (may_reset && ResetFile(path, outcome)) hive->document = XML_LoadFile(path);
   return hive->document != nullptr ? 0 : -1;
 }
 

@@ -10,8 +10,9 @@
  *   HKEY_LOCAL_MACHINE   TARVEN_REG_HKEY_LOCAL_MACHINE.xml
  *
  * docs/settings-format.md describes the file. A hive is read when it is first used and kept in memory;
- * changes reach the file with SYS_REG_Flush and not before. A missing file is made; one that cannot be
- * read as a document is replaced by an empty one.
+ * changes reach the file with SYS_REG_Flush and not before. A missing file is made; one whose text is
+ * no document is replaced by an empty one. One that cannot be read, for want of memory or by the
+ * system's refusal, is left as it is.
  *
  * Value names. Blanks are dropped: "Serial No" and "SerialNo" name the same value. A name or a part
  * of it in double quotes keeps its blanks, but a name must consist of what attributes may be called

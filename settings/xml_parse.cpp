@@ -6,6 +6,7 @@
 
 #include "settings/xml.h"
 #include "settings/xml_bytes.h"
+#include "settings/xml_load.h"
 #include "settings/xml_marks.h"
 #include "settings/xml_name.h"
 #include "settings/xml_record.h"
@@ -269,6 +270,8 @@ Result XML_Parse(XML_DOC* document, Reader& reader) {
 
 // ---- The file ----
 
+using xml_load::Outcome;
+
 // Reads what the file holds of so many bytes, at least 1, and returns how much that is.
 uint32_t ReadInto(char* bytes, uint32_t size, int32_t file) {
   char& last = bytes[size - 1];
@@ -294,6 +297,8 @@ class FileText {
 
   // Without bytes for an empty file or without memory.
   const Text& text() const { return text_; }
+  // kLoaded when the whole file was read.
+  Outcome outcome() const { return outcome_; }
 
  private:
   // How many zeros stand behind the text: whoever reads a short string of it reads so far.
@@ -303,10 +308,13 @@ class FileText {
   void Read(int32_t file, uint32_t size) {
     const uint32_t marks_offset = (size + kPadding + 7) / 8 * 8;
     const auto marks_size = static_cast<uint32_t>(xml_marks::Count(size) * sizeof(uint64_t));
+    outcome_ = Outcome::kNotRead;
     memory_ = SYS_MEM_Alloc(marks_offset + marks_size);
     if (memory_ == nullptr) return;
     auto* const bytes = static_cast<char*>(memory_);
-    bytes[ReadInto(bytes, size, file)] = '\0';
+    const uint32_t count = ReadInto(bytes, size, file);
+    if (count == size) outcome_ = Outcome::kLoaded;
+    bytes[count] = '\0';
     // A zero in the text ends it.
     const size_t length = strlen(bytes);
     memset(bytes + length, 0, kPadding);
@@ -317,29 +325,43 @@ class FileText {
 
   void* memory_ = nullptr;
   Text text_ = {};
+  Outcome outcome_ = Outcome::kNoDocument;
 };
 
-bool ParseFile(const char* path, XML_DOC* document) {
+// The outcome of parsing a text that was read as told. A beginning may be a document, too.
+Outcome OutcomeOf(Outcome reading, Result parsing, const XML_DOC& document) {
+  if (parsing >= 0 && document.first_element != nullptr) return Outcome::kLoaded;
+  if (parsing == kNoMemory) return Outcome::kNotRead;
+  return reading == Outcome::kLoaded ? Outcome::kNoDocument : reading;
+}
+
+Outcome ParseFile(const char* path, XML_DOC* document) {
   const int32_t file = SYS_FILE_Open(path, SYS_FILE_FLAG_READ);
-  if (file < 0) return false;
+  if (file < 0) return Outcome::kNotOpened;
   const FileText content(file);
   SYS_FILE_Close(file);
-  if (content.text().bytes == nullptr) return false;
+  if (content.text().bytes == nullptr) return content.outcome();
   Reader reader(content.text());
-  const Result result = XML_Parse(document, reader);
+  const Result parsing = XML_Parse(document, reader);
   document->line_count = reader.line_count();
-  return result >= 0 && document->first_element != nullptr;
+  return OutcomeOf(content.outcome(), parsing, *document);
 }
 
 }  // namespace
 
-XML_DOC* XML_LoadFile(const char* path) {
-  if (path == nullptr) return nullptr;
+XML_DOC* xml_load::Load(const char* path, Outcome* outcome) {
+  *outcome = Outcome::kNotRead;
   XML_DOC* const document = xml_record::NewDocument();
   if (document == nullptr) return nullptr;
-  if (!ParseFile(path, document)) {
+  *outcome = ParseFile(path, document);
+  if (*outcome != Outcome::kLoaded) {
     XML_FreeDoc(document);
     return nullptr;
   }
   return document;
+}
+
+XML_DOC* XML_LoadFile(const char* path) {
+  Outcome outcome;
+  return path != nullptr ? xml_load::Load(path, &outcome) : nullptr;
 }
