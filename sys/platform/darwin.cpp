@@ -66,7 +66,7 @@ platform::BsdAddressRecord platform::ToBsdAddressRecord(const sockaddr_in& addre
 // POSIX_SPAWN_CLOEXEC_DEFAULT closes every descriptor that no file action names, 0 to 2 included.
 int platform::StartProcess(const char* path) {
   char* const arguments[] = {const_cast<char*>(path), nullptr};
-  posix_spawnattr_t attributes;
+  posix_spawnattr_t attributes{};
   int result = posix_spawnattr_init(&attributes);
   result |= posix_spawnattr_setflags(&attributes, POSIX_SPAWN_CLOEXEC_DEFAULT);
   result |= posix_spawn(nullptr, path, nullptr, &attributes, arguments, environ);

@@ -60,7 +60,7 @@ platform::BsdAddressRecord platform::ToBsdAddressRecord(const sockaddr_in& addre
 // on macOS.
 int platform::StartProcess(const char* path) {
   char* const arguments[] = {const_cast<char*>(path), nullptr};
-  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_t actions{};
   int result = posix_spawn_file_actions_init(&actions);
   result |= posix_spawn_file_actions_addclosefrom_np(&actions, 0);
   result |= posix_spawn(nullptr, path, &actions, nullptr, arguments, environ);
