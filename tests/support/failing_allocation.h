@@ -12,8 +12,8 @@ namespace support {
 // at a time.
 //
 // A test program asks for it with the library tarven_failing_allocation, which has the linker
-// redirect the two functions. That works with and without sanitizers, and with linkers that know
-// --wrap.
+// redirect these two functions and free. That works with and without sanitizers, and with linkers
+// that know --wrap.
 class FailingAllocation {
  public:
   enum class Extent { kOnce, kFromThenOn };
@@ -25,6 +25,10 @@ class FailingAllocation {
 
   // How many calls were made so far, failed ones included.
   static uint32_t Calls();
+
+  // How many blocks were allocated so far and not freed again. A block of an earlier time that was
+  // freed counts as -1, so that 0 means: all that was taken was given back.
+  static int32_t Unfreed();
 };
 
 }  // namespace support
