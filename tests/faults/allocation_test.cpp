@@ -125,6 +125,40 @@ TEST_F(FaultsAllocationSettings, MissingFileIsMadeOrLeftOut) {
   ExpectWorks();
 }
 
+// A document of more elements than its first block of memory has room for.
+TEST_F(FaultsAllocationSettings, LoadThatRunsOutOfMemoryHalfWayLeavesTheFileAsItIs) {
+  std::string text = "<Registry>\r\n";
+  for (int i = 0; i < 80'000; ++i) text += "  <a/>\r\n";
+  text += "</Registry>\r\n";
+  PutFile(text);
+  const uint32_t allocations = LetEachFail([&](const Failed& failed) {
+    const int32_t result = SYS_REG_QueryValue(HKEY_CURRENT_USER, "N", nullptr, nullptr, nullptr);
+    EXPECT_EQ(result, failed() ? 1 : 2);
+    SYS_REG_Flush();
+    ASSERT_EQ(File().size(), text.size());
+    EXPECT_TRUE(File() == text);
+  });
+  // With one block alone it would be seven and those of the text's growth.
+  EXPECT_GT(allocations, 8U);
+}
+
+// Keys that are missing are made until the document's memory is used up and more is refused.
+TEST_F(FaultsAllocationSettings, KeyThatFindsNoMemoryIsNotMade) {
+  LetEachFail([this](const Failed& failed) {
+    PutFile("<Registry V=\"\"/>");
+    // What is left of the first block is less than a key takes.
+    const std::string filling(0x400000 - 400, 'v');
+    const uint32_t size = 0;
+    const int32_t filled =
+        SYS_REG_SetValue(HKEY_CURRENT_USER, "V", SYS_REG_TYPE_SZ, filling.c_str(), size);
+    EXPECT_TRUE(filled == 0 || failed());
+    const SYS_REG_HANDLE key = SYS_REG_OpenKey(HKEY_CURRENT_USER, "A\\B\\C\\D\\E\\F\\G");
+    EXPECT_TRUE(key != nullptr || failed());
+    SYS_REG_CloseKey(key);
+    SYS_REG_Flush();
+  });
+}
+
 // Values that fill the document's memory, so that setting one takes more.
 TEST_F(FaultsAllocationSettings, ValueThatFindsNoMemoryKeepsItsOldText) {
   const std::string long_text(0x300000, 'v');

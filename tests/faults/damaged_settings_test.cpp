@@ -18,10 +18,13 @@ std::string WholeFile() {
   std::string text = "<Registry>\r\n";
   for (int i = 0; text.size() < kFileSize - 700; ++i) {
     const std::string number = std::to_string(i);
-    text += "  <Software" + number + " Host=\"target.local\" Host_TARVENRegType=\"SYS_REG_TYPE_SZ\">\r\n";
+    text += "  <Software" + number +
+            " Host=\"target.local\" Host_TARVENRegType=\"SYS_REG_TYPE_SZ\">\r\n";
     text += "    <Probe Port=\"0x00004A4D\" Port_TARVENRegType=\"SYS_REG_TYPE_DWORD\"";
     text += " Id=\"0x000000012345ABCD\" Id_TARVENRegType=\"SYS_REG_TYPE_QWORD\"/>\r\n";
-    text += "    <Files F=\"a\" F_TARVENRegMltStr1=\"b\" F_TARVENRegType=\"SYS_REG_TYPE_MULTI_SZ\"/>\r\n";
+    text +=
+        "    <Files F=\"a\" F_TARVENRegMltStr1=\"b\" "
+        "F_TARVENRegType=\"SYS_REG_TYPE_MULTI_SZ\"/>\r\n";
     text += "  </Software" + number + ">\r\n";
   }
   const std::string begin = "  <Last A=\"", middle = "\" B=\"", end = "\"/>\r\n</Registry>\r\n";

@@ -83,17 +83,17 @@ using fault_test::fault;
 }  // namespace
 
 // The linker sends every call of NAME to __wrap_NAME and of __real_NAME to NAME itself.
-#define DECLARE(type, name, ...)    \
+#define DECLARE(type, name, ...)   \
   type __real_##name(__VA_ARGS__); \
   type __wrap_##name(__VA_ARGS__)
 
 // A function whose failures are one result and errno.
-#define FAULTY(type, name, failure, parameters, arguments)     \
-  type __real_##name parameters;                               \
-  type __wrap_##name parameters;                               \
-  type __wrap_##name parameters {                              \
-    if (Fails(Call::name)) return failure;                     \
-    return __real_##name arguments;                            \
+#define FAULTY(type, name, failure, parameters, arguments) \
+  type __real_##name parameters;                           \
+  type __wrap_##name parameters;                           \
+  type __wrap_##name parameters {                          \
+    if (Fails(Call::name)) return failure;                 \
+    return __real_##name arguments;                        \
   }
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names.
@@ -103,8 +103,7 @@ extern "C" {
 
 FAULTY(int, accept, -1, (int fd, sockaddr* address, socklen_t* length), (fd, address, length))
 FAULTY(int, bind, -1, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
-FAULTY(int, connect, -1, (int fd, const sockaddr* address, socklen_t length),
-       (fd, address, length))
+FAULTY(int, connect, -1, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
 FAULTY(void*, dlopen, nullptr, (const char* path, int mode), (path, mode))
 FAULTY(int, fflush, EOF, (FILE * stream), (stream))
 FAULTY(int, fstat, -1, (int fd, struct stat* status), (fd, status))
@@ -126,8 +125,7 @@ FAULTY(int, puts, EOF, (const char* text), (text))
 FAULTY(ssize_t, read, -1, (int fd, void* buffer, size_t size), (fd, buffer, size))
 FAULTY(dirent*, readdir, nullptr, (DIR * folder), (folder))
 FAULTY(ssize_t, readlink, -1, (const char* path, char* target, size_t size), (path, target, size))
-FAULTY(ssize_t, recv, -1, (int fd, void* buffer, size_t size, int flags),
-       (fd, buffer, size, flags))
+FAULTY(ssize_t, recv, -1, (int fd, void* buffer, size_t size, int flags), (fd, buffer, size, flags))
 FAULTY(ssize_t, recvfrom, -1,
        (int fd, void* buffer, size_t size, int flags, sockaddr* from, socklen_t* length),
        (fd, buffer, size, flags, from, length))

@@ -95,9 +95,8 @@ TEST_F(Inheritance, LeavesFilesAndDevicesBehind) {
   const support::PseudoTerminal device;
   SYS_COM_PORT* port = nullptr;
   Expect("a file", false, [&] { SYS_FILE_Open(path.c_str(), SYS_FILE_FLAG_READ); });
-  Expect("a new file", false, [&] {
-    SYS_FILE_OpenEx("~/new/file", SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE);
-  });
+  Expect("a new file", false,
+         [&] { SYS_FILE_OpenEx("~/new/file", SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE); });
   Expect("a file that was waited for", false,
          [&] { SYS_FILE_OpenRetry(path.c_str(), SYS_FILE_FLAG_READ, 1, 0); });
   // The call keeps it for the life of the process.

@@ -49,8 +49,7 @@ TEST(FaultsInterrupted, AcceptGivesMinusOne) {
 
 TEST(FaultsInterrupted, AcceptTimeoutGivesMinusOne) {
   const support::Listener listener;
-  ExpectInterrupted(
-      [&] { return SYS_SOCKET_AcceptTimeout(listener.descriptor(), kLongTime_ms); });
+  ExpectInterrupted([&] { return SYS_SOCKET_AcceptTimeout(listener.descriptor(), kLongTime_ms); });
 }
 
 TEST(FaultsInterrupted, ConnectGivesMinusOne) {
@@ -71,8 +70,8 @@ TEST(FaultsInterrupted, SendThatHasSentAPartTellsThePart) {
   const support::PeerPair pair = support::Connect();
   const std::string much(64 << 20, 'm');
   const support::RepeatedSignal signals(20);
-  const int32_t sent = SYS_SOCKET_Send(pair.client.descriptor(), much.data(),
-                                       static_cast<uint32_t>(much.size()));
+  const int32_t sent =
+      SYS_SOCKET_Send(pair.client.descriptor(), much.data(), static_cast<uint32_t>(much.size()));
   EXPECT_GT(sent, 0);
   EXPECT_LT(sent, 64 << 20);
 }
@@ -80,8 +79,7 @@ TEST(FaultsInterrupted, SendThatHasSentAPartTellsThePart) {
 TEST(FaultsInterrupted, IsWritableGivesMinusOne) {
   const support::PeerPair pair = support::Connect();
   Fill(pair.client.descriptor());
-  ExpectInterrupted(
-      [&] { return SYS_SOCKET_IsWritable(pair.client.descriptor(), kLongTime_ms); });
+  ExpectInterrupted([&] { return SYS_SOCKET_IsWritable(pair.client.descriptor(), kLongTime_ms); });
 }
 
 TEST(FaultsInterrupted, OpenOfANamedPipeGivesMinusOne) {

@@ -100,8 +100,8 @@ TEST_F(SettingsCalls, ThatFindTheSizeMayFailWithoutEndingTheStore) {
 }
 
 TEST_F(SettingsCalls, ThatFailBeforeTheFileIsThereLeaveNothingBehind) {
-  for (const Call call : {Call::open, Call::stat, Call::mkdir, Call::write, Call::read,
-                          Call::close}) {
+  for (const Call call :
+       {Call::open, Call::stat, Call::mkdir, Call::write, Call::read, Call::close}) {
     for (const int error : fault_test::FaultsOf(call).errors) {
       for (uint32_t nth = 1;; ++nth) {
         SCOPED_TRACE(std::string(fault_test::FaultsOf(call).name) + " " + std::to_string(nth));
