@@ -13,7 +13,7 @@ import subprocess
 import sys
 
 NAMESPACES = ("byte_search", "byte_swap", "calendar", "descriptor_wait", "path_access", "platform",
-              "processor", "text_compare", "xml_arena", "xml_marks", "xml_record")
+              "processor", "text_compare", "xml_arena", "xml_load", "xml_marks", "xml_record")
 # What sanitizers, coverage and templates of the C++ library leave in object files.
 NOT_OURS = re.compile(r"__odr_asan|__asan|__ubsan|__tsan|__gcov|_ZGV|_ZNS?K?St|_ZNKSt|_ZSt|_ZTS|_ZTI")
 
