@@ -142,10 +142,10 @@ const std::string& LongText() {
 
 // Reads from the client's output; false at the first byte that is not the long text's, which comes
 // so many times.
-bool ShowsLongText(int output, uint64_t times) {
+bool ShowsLongText(int output, size_t times) {
   const std::string& text = LongText();
-  for (uint64_t position = 0; position < times * text.size();) {
-    const uint64_t offset = position % text.size();
+  for (size_t position = 0; position < times * text.size();) {
+    const size_t offset = position % text.size();
     char block[65536];
     const ssize_t length = read(output, block, std::min(text.size() - offset, sizeof block));
     if (length <= 0) return false;
@@ -153,14 +153,14 @@ bool ShowsLongText(int output, uint64_t times) {
         0) {
       return false;
     }
-    position += static_cast<uint64_t>(length);
+    position += static_cast<size_t>(length);
   }
   return true;
 }
 
 TEST(ClientConnectionFaults, FloodIsShownWholeWhileKeysPass) {
   // The client's pauses let some 15 MB a second pass.
-  const uint64_t times = IsFullLength() ? 60 * 15 : 30;
+  const size_t times = IsFullLength() ? 60 * 15 : 30;
   ScriptedServer server;
   server.Listen();
   // A sanitizer keeps freed blocks for a while: some of them only.
@@ -170,7 +170,7 @@ TEST(ClientConnectionFaults, FloodIsShownWholeWhileKeysPass) {
   Welcome(server, client);
   const Holdings before = HoldingsOf(client.process().pid());
   std::thread sender([&] {
-    for (uint64_t time = 0; time < times; ++time) ASSERT_TRUE(server.Send(LongText()));
+    for (size_t time = 0; time < times; ++time) ASSERT_TRUE(server.Send(LongText()));
   });
   std::thread typist([&] {
     for (char key = 'A'; key <= 'Z'; ++key) {
@@ -241,7 +241,7 @@ bool DropPackets() {
 }
 
 TEST(ClientConnectionFaults, LostPacketsLoseNothing) {
-  const uint64_t times = IsFullLength() ? 20 : 1;
+  const size_t times = IsFullLength() ? 20 : 1;
   const bool has_run = support::RunInPrivateNetwork([&] {
     ScriptedServer server;
     server.Listen();
@@ -249,7 +249,7 @@ TEST(ClientConnectionFaults, LostPacketsLoseNothing) {
     Welcome(server, client);
     ASSERT_TRUE(DropPackets()) << "install nftables";
     std::thread sender([&] {
-      for (uint64_t time = 0; time < times; ++time) ASSERT_TRUE(server.Send(LongText()));
+      for (size_t time = 0; time < times; ++time) ASSERT_TRUE(server.Send(LongText()));
     });
     std::thread typist([&] { EXPECT_TRUE(client.Type("all these keys")); });
     EXPECT_TRUE(ShowsLongText(client.output_pipe(), times));
