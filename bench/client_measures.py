@@ -204,53 +204,45 @@ class Bench:
 
     # ---- Latency ----
 
-    def key_to_server(self):
-        def delays(keyboard, connection, times):
+    def delays(self, send, receive, on_terminal=True):
+        """How long, in milliseconds, a byte takes through the client; and what to say of that and of
+        the peers. send and receive get the program and the server's end of its connection."""
+        def measure(program, connection, times):
             for _ in range(times):
                 time.sleep(random.uniform(0.015, 0.03))
                 start = time.perf_counter()
-                os.write(keyboard, b"k")
-                connection.recv(1)
+                send(program, connection)
+                receive(program, connection)
                 yield 1000 * (time.perf_counter() - start)
 
-        with self.session(True) as (client, connection):
-            own = list(delays(client.keyboard, connection, self.times(1000)))
+        with self.session(on_terminal) as (client, connection):
+            own = list(measure(client, connection, self.times(1000)))
         peers = []
         for name, command in PEERS:
-            with listener() as server, Program(command(port_of(server)), True) as peer:
+            with listener() as server, Program(command(port_of(server)), on_terminal) as peer:
                 with accept(server) as connection:
                     peer.read_welcome()
                     # One key at a time, as the client has it.
                     terminal = termios.tcgetattr(peer.keyboard)
                     terminal[3] &= ~(termios.ICANON | termios.ECHO)
                     termios.tcsetattr(peer.keyboard, termios.TCSANOW, terminal)
-                    values = list(delays(peer.keyboard, connection, self.times(200)))
-                    peers.append(f"{name} p50 {percentile(values, 50):.2g}")
-        beside = spread(own) + "; " + ", ".join(peers) + " ms"
+                    theirs = list(measure(peer, connection, self.times(200)))
+                    peers.append(f"{name} p50 {percentile(theirs, 50):.2g}")
+        return own, spread(own) + "; " + ", ".join(peers) + " ms"
+
+    def key_to_server(self):
+        own, beside = self.delays(lambda program, _: os.write(program.keyboard, b"k"),
+                                  lambda _, connection: connection.recv(1))
         yield at_most("key to server, p50", percentile(own, 50), "ms", 7.5, beside)
         yield at_most("key to server, p99", percentile(own, 99), "ms", 13)
 
     def server_to_screen(self):
-        def delays(screen, connection, times):
-            for _ in range(times):
-                time.sleep(random.uniform(0.015, 0.03))
-                start = time.perf_counter()
-                connection.send(b"s")
-                os.read(screen, 16)
-                yield 1000 * (time.perf_counter() - start)
-
-        with self.session(True) as (client, connection):
-            own = list(delays(client.screen, connection, self.times(1000)))
-        peers = []
-        for name, command in PEERS:
-            with listener() as server, Program(command(port_of(server)), True) as peer:
-                with accept(server) as connection:
-                    peer.read_welcome()
-                    values = list(delays(peer.screen, connection, self.times(200)))
-                    peers.append(f"{name} p50 {percentile(values, 50):.2g}")
-        beside = spread(own) + "; " + ", ".join(peers) + " ms"
-        yield at_most("server to screen, p50", percentile(own, 50), "ms", 0.1, beside)
-        yield at_most("server to screen, p99", percentile(own, 99), "ms", 5)
+        for place, on_terminal in (("a pipe", False), ("a pseudo-terminal", True)):
+            own, beside = self.delays(lambda _, connection: connection.send(b"s"),
+                                      lambda program, _: os.read(program.screen, 16), on_terminal)
+            yield at_most(f"server to {place} as the screen, p50", percentile(own, 50), "ms", 0.1,
+                          beside)
+            yield at_most(f"server to {place} as the screen, p99", percentile(own, 99), "ms", 5)
 
     def listener_to_connected(self):
         delays = []
