@@ -4,7 +4,7 @@
 # random order.
 #
 #   scripts/bench.sh [FILTER]   e.g. scripts/bench.sh hexadecimal; a regular expression for the names
-#                               of the benchmarks, "path/work/who"
+#                               of the benchmarks, "group, workload, who"
 #   scripts/bench.sh --client   the client's measures instead: throughput, latency, size ...
 #   scripts/bench.sh --all      both, and writes them into docs/performance.md and its plot
 #   scripts/bench.sh --trial    both, once and short: shows that all of it runs, and no true figure

@@ -8,11 +8,12 @@
 set -eu
 
 root=$(CDPATH= cd -- "$(dirname -- "$0")/.." && pwd)
-"$root/scripts/setup.sh" coverage
-"$root/scripts/build.sh" coverage
 cd "$root"
+scripts/setup.sh coverage
+# What earlier builds have left would be counted too.
 folder=build/coverage
-find "$folder" -name '*.gcda' -delete
+rm -rf "$folder"
+scripts/build.sh coverage
 ctest --preset coverage -j "$(getconf _NPROCESSORS_ONLN)" >"$folder/tests.log" 2>&1 || {
     cat "$folder/tests.log" >&2
     exit 1
