@@ -15,7 +15,9 @@
 #include "sys/files.h"
 #include "sys/memory.h"
 #include "sys/paths.h"
+#include "util/byte_order.h"
 #include "util/format.h"
+#include "util/hexadecimal.h"
 #include "util/parse.h"
 #include "util/strings.h"
 #include "util/text.h"
@@ -414,8 +416,10 @@ class NumberText {
   NumberText(const void* data, size_t size) {
     uint64_t number = 0;
     if (size != 0) memcpy(&number, data, std::min(size, width));
-    for (char* digit = text_ + sizeof text_; digit != text_ + 2; number >>= 4) {
-      *--digit = "0123456789ABCDEF"[number & 0xF];
+    for (char* end = text_ + sizeof text_; end != text_ + 2; number >>= 32) {
+      end -= 8;
+      byte_order::StoreLittle(end, hexadecimal::EightDigits(static_cast<uint32_t>(number),
+                                                            hexadecimal::kToUpperLetters));
     }
   }
   std::string_view text() const { return {text_, sizeof text_}; }

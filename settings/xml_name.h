@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "settings/xml_bytes.h"
+#include "util/byte_order.h"
+#include "util/character_word.h"
 #include "util/text.h"
 
 namespace xml_name {
@@ -101,26 +103,12 @@ class Wanted {
   // Without the bit that tells upper from lower case, and some other bytes from each other.
   static constexpr uint64_t kWithoutCase = ~uint64_t{0x2020202020202020};
 
-  template <typename Number>
-  static uint64_t Load(const char* bytes) {
-    // The first byte in memory has to be the lowest of a number.
-    static_assert(std::endian::native == std::endian::little);
-    Number number;
-    memcpy(&number, bytes, sizeof number);
-    return number;
-  }
   static uint64_t Beginning(std::string_view name) {
-    const char* const bytes = name.data();
-    const size_t size = name.size();
-    if (size >= kStep) return Load<uint64_t>(bytes);
-    if (size >= 4)
-      return Load<uint32_t>(bytes) | Load<uint32_t>(bytes + size - 4) << (size - 4) * 8;
-    if (size >= 2)
-      return Load<uint16_t>(bytes) | Load<uint16_t>(bytes + size - 2) << (size - 2) * 8;
-    return size != 0 ? Load<uint8_t>(bytes) : 0;
+    if (name.size() >= kStep) return byte_order::LoadLittle<uint64_t>(name.data());
+    return name.empty() ? 0 : character_word::Load(name.data(), name.size());
   }
   uint64_t Difference(const char* other) const {
-    return (beginning_ ^ Load<uint64_t>(other)) & mask_;
+    return (beginning_ ^ byte_order::LoadLittle<uint64_t>(other)) & mask_;
   }
 
   std::string_view name_;
