@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the fuzzers and lets them search, as many at once as there are processors.
 #
-#   scripts/fuzz.sh [SECONDS [TARGET...]]     all targets for 60 seconds each, unless told otherwise
+#   scripts/fuzz.sh [SECONDS [TARGET...]]     all targets for 60 seconds of processor time each, unless
+#                                             told otherwise
 #
 # A target starts from its seeds in fuzz/corpora and from what earlier runs have added in
 # build/fuzz/corpora. An input that brings it down goes to build/fuzz/findings; the script prints how
@@ -43,7 +44,7 @@ search() {
     local options=()
     mkdir -p "$corpus" "$findings"
     [ ! -f "fuzz/$1.dict" ] || options=("-dict=fuzz/$1.dict")
-    TMPDIR=$homes exec "build/fuzz/bin/$1_fuzz" "${options[@]}" -max_total_time="$seconds" -max_len=4096 \
+    PROCESSOR_SECONDS=$seconds TMPDIR=$homes exec "build/fuzz/bin/$1_fuzz" "${options[@]}" -max_len=4096 \
         -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$findings/" \
         "$corpus" "fuzz/corpora/$1" >"build/fuzz/$1.log" 2>&1
 }
@@ -53,9 +54,8 @@ last() { grep -oE "$2[ :]+[0-9]+" "$1" | tail -n 1 | grep -oE '[0-9]+$' || echo 
 
 report() {
     local log=build/fuzz/$1.log
-    printf '%-14s %11s executions %7s /s %6s edges %6s inputs\n' "$1" \
-        "$(last "$log" number_of_executed_units)" "$(last "$log" average_exec_per_sec)" \
-        "$(last "$log" cov)" "$(find "build/fuzz/corpora/$1" "fuzz/corpora/$1" -type f | wc -l)"
+    printf '%-14s %6s s %11s executions %6s edges %6s inputs\n' "$1" "$seconds" \
+        "$(last "$log" number_of_executed_units)" "$(last "$log" cov)" "$(find "build/fuzz/corpora/$1" "fuzz/corpora/$1" -type f | wc -l)"
 }
 
 # What a run leaves behind when it fails, and how to see it fail again.
