@@ -150,7 +150,7 @@ int32_t SYS_SOCKET_Listen6(int32_t handle, SYS_SOCKET_IP6_ADDR address, uint16_t
 }
 
 int32_t SYS_SOCKET_Accept(int32_t handle) {
-  const int connection = accept(handle, nullptr, nullptr);
+  const int connection = platform::AcceptConnection(handle);
   if (connection < 0) return -1;
   socket_option::SetStreamDefaults(connection);
   return connection;

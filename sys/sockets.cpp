@@ -25,7 +25,7 @@ using socket_address::ToRecord;
 // ---- Creation ----
 
 int32_t CreateStream(int family) {
-  const int handle = socket(family, SOCK_STREAM, 0);
+  const int handle = platform::OpenSocket(family, SOCK_STREAM);
   if (handle >= 0) socket_option::SetStreamDefaults(handle);
   return handle;
 }
@@ -144,10 +144,10 @@ int32_t ReceiveResultOf(int error) {
 
 }  // namespace
 
-int32_t SYS_SOCKET_CreateUDP() { return socket(AF_INET, SOCK_DGRAM, 0); }
+int32_t SYS_SOCKET_CreateUDP() { return platform::OpenSocket(AF_INET, SOCK_DGRAM); }
 
 int32_t SYS_SOCKET_CreateUDP6(uint8_t dual_stack) {
-  const int32_t handle = socket(AF_INET6, SOCK_DGRAM, 0);
+  const int32_t handle = platform::OpenSocket(AF_INET6, SOCK_DGRAM);
   AdmitIpv4Peers(handle, dual_stack);
   return handle;
 }

@@ -3,8 +3,8 @@
  *
  * Conventions of the whole family, SYS_SOCKET_ in socket_services.h included:
  *
- *   handle     the system's descriptor as a number; -1 means that there is no socket. Any descriptor
- *              number can be waited for, also beyond 1023.
+ *   handle     the system's descriptor as a number, close-on-exec; -1 means that there is no socket.
+ *              Any descriptor number can be waited for, also beyond 1023.
  *   address    IPv4 in host byte order: 127.0.0.1 is 0x7F000001. IPv6 as the 16 bytes of network order,
  *              by value; the scope identifier is 0.
  *   port       host byte order

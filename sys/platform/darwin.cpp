@@ -1,5 +1,6 @@
 // What platform.h asks for, on macOS; IOKit's functions stand in darwin_iokit.cpp.
 #include <IOKit/serial/ioss.h>
+#include <fcntl.h>
 #include <libproc.h>
 #include <mach/mach_time.h>
 #include <spawn.h>
@@ -14,6 +15,15 @@
 #include "sys/platform/platform.h"
 
 extern char** environ;  // <unistd.h> does not declare it here
+
+namespace {
+
+int ClosingOnExec(int descriptor) {
+  if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+  return descriptor;
+}
+
+}  // namespace
 
 // The counter is taken as nanoseconds without its time base: on x86-64 the ratio is 1, also where
 // another processor translates the program.
@@ -31,6 +41,14 @@ size_t platform::ExecutablePath(char* path, size_t capacity) {
   const auto size = static_cast<uint32_t>(std::min<size_t>(capacity, PROC_PIDPATHINFO_MAXSIZE));
   const int length = proc_pidpath(getpid(), path, size);
   return length > 0 ? static_cast<size_t>(length) : 0;
+}
+
+// There is no flag for it at creation: a program that another thread starts in between gets the
+// socket along.
+int platform::OpenSocket(int family, int type) { return ClosingOnExec(socket(family, type, 0)); }
+
+int platform::AcceptConnection(int listener) {
+  return ClosingOnExec(accept(listener, nullptr, nullptr));
 }
 
 // MSG_NOSIGNAL is younger than the oldest system served.

@@ -30,6 +30,12 @@ size_t platform::ExecutablePath(char* path, size_t capacity) {
   return length;
 }
 
+int platform::OpenSocket(int family, int type) { return socket(family, type | SOCK_CLOEXEC, 0); }
+
+int platform::AcceptConnection(int listener) {
+  return accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+}
+
 // Linux has the promise as a flag of each send, not as an option of the socket.
 void platform::DisableBrokenPipeSignal(int) {}
 

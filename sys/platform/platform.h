@@ -34,6 +34,12 @@ size_t ExecutablePath(char* path, size_t capacity);
 
 // ---- Sockets ----
 
+// Like socket(2) with the family's default protocol; close-on-exec.
+int OpenSocket(int family, int type);
+
+// Like accept(2) without asking for the peer's address; close-on-exec.
+int AcceptConnection(int listener);
+
 // Makes sure that a send on this stream socket never raises a signal when the peer has closed.
 // Where the system knows no such socket option, Send and SendTo see to it alone.
 void DisableBrokenPipeSignal(int descriptor);

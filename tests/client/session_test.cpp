@@ -78,7 +78,7 @@ class ForkedSession {
     EXPECT_TRUE(server_.Send("Welcome\r\n"));
   }
   ~ForkedSession() {
-    kill(child_, SIGKILL);
+    kill(child_, SIGTERM);
     waitpid(child_, nullptr, 0);
     for (const int descriptor : {input_.reading, input_.writing, output_.reading, log_.reading}) {
       close(descriptor);

@@ -479,10 +479,10 @@ void FaultsCalls::RunListening() {
          return result;
        },
        -1},
-      {"Accept", Call::accept, [&] { return SYS_SOCKET_Accept(listening); }, -1},
+      {"Accept", Call::accept4, [&] { return SYS_SOCKET_Accept(listening); }, -1},
       {"AcceptTimeout", Call::fcntl, [&] { return SYS_SOCKET_AcceptTimeout(listening, 10); }, -1},
       {"AcceptTimeout", Call::select, [&] { return SYS_SOCKET_AcceptTimeout(listening, 10); }, -1},
-      {"AcceptTimeout", Call::accept, [&] { return SYS_SOCKET_AcceptTimeout(listening, 10); }, -1},
+      {"AcceptTimeout", Call::accept4, [&] { return SYS_SOCKET_AcceptTimeout(listening, 10); }, -1},
   });
   const support::Peer third_client = support::ConnectTo(listener.port());
   Run({{"Accept", Call::setsockopt, [&] { return ClosedAgain(SYS_SOCKET_Accept(listening)); }, 0,

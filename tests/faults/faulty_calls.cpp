@@ -101,7 +101,8 @@ extern "C" {
 
 // ---- One result and errno ----
 
-FAULTY(int, accept, -1, (int fd, sockaddr* address, socklen_t* length), (fd, address, length))
+FAULTY(int, accept4, -1, (int fd, sockaddr* address, socklen_t* length, int flags),
+       (fd, address, length, flags))
 FAULTY(int, bind, -1, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
 FAULTY(int, connect, -1, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
 FAULTY(void*, dlopen, nullptr, (const char* path, int mode), (path, mode))

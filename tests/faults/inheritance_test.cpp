@@ -63,30 +63,25 @@ std::set<int> NewDescriptors(Open open) {
 
 class Inheritance : public testing::Test {
  protected:
-  // One descriptor of this kind stays behind, or goes along.
+  // Opens one descriptor of this kind.
   template <typename Open>
-  void Expect(const char* kind, bool goes_along, Open open) {
+  void Add(const char* kind, Open open) {
     const auto descriptors = NewDescriptors(open);
     EXPECT_EQ(descriptors.size(), 1U) << kind;
-    for (const int descriptor : descriptors) kinds_[descriptor] = {kind, goes_along};
+    for (const int descriptor : descriptors) kinds_[descriptor] = kind;
   }
 
-  void ExpectInChild() const {
+  void ExpectNoneInChild() const {
     const std::set<int> found = FoundInChild();
-    for (const auto& [descriptor, kind] : kinds_) {
-      EXPECT_EQ(found.contains(descriptor), kind.goes_along) << kind.name;
-    }
+    EXPECT_TRUE(found.contains(STDOUT_FILENO));
+    for (const auto& [descriptor, kind] : kinds_) EXPECT_FALSE(found.contains(descriptor)) << kind;
   }
 
   void CloseAll() const {
     for (const auto& [descriptor, kind] : kinds_) close(descriptor);
   }
 
-  struct Kind {
-    const char* name;
-    bool goes_along;
-  };
-  std::map<int, Kind> kinds_;
+  std::map<int, const char*> kinds_;
   const support::TemporaryHome home_;
 };
 
@@ -94,20 +89,19 @@ TEST_F(Inheritance, LeavesFilesAndDevicesBehind) {
   const std::string path = home_.Write("file", "text");
   const support::PseudoTerminal device;
   SYS_COM_PORT* port = nullptr;
-  Expect("a file", false, [&] { SYS_FILE_Open(path.c_str(), SYS_FILE_FLAG_READ); });
-  Expect("a new file", false,
-         [&] { SYS_FILE_OpenEx("~/new/file", SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE); });
-  Expect("a file that was waited for", false,
-         [&] { SYS_FILE_OpenRetry(path.c_str(), SYS_FILE_FLAG_READ, 1, 0); });
+  Add("a file", [&] { SYS_FILE_Open(path.c_str(), SYS_FILE_FLAG_READ); });
+  Add("a new file",
+      [&] { SYS_FILE_OpenEx("~/new/file", SYS_FILE_FLAG_WRITE | SYS_FILE_FLAG_CREATE); });
+  Add("a file that was waited for",
+      [&] { SYS_FILE_OpenRetry(path.c_str(), SYS_FILE_FLAG_READ, 1, 0); });
   // The call keeps it for the life of the process.
-  Expect("the file of a unique name", false, [] {
+  Add("the file of a unique name", [] {
     char folder[SYS_PATH_CAPACITY];
     SYS_GetTempDir(folder, sizeof folder);
   });
-  Expect("a serial port", false, [&] {
-    port = SYS_COM_Open(device.device_path().substr(strlen("/dev/")).c_str(), 115200);
-  });
-  ExpectInChild();
+  Add("a serial port",
+      [&] { port = SYS_COM_Open(device.device_path().substr(strlen("/dev/")).c_str(), 115200); });
+  ExpectNoneInChild();
   ASSERT_NE(port, nullptr);
   kinds_.erase(port->descriptor);
   SYS_COM_Close(port);
@@ -139,24 +133,20 @@ TEST_F(Inheritance, LeavesTheLogBehind) {
   closelog();
 }
 
-// Sockets are the exception, on purpose: they are the system's own as socket(2) and accept(2) give
-// them, so that a caller may hand one to a program that it starts itself. SYS_StartProcess hands
-// over none.
-TEST_F(Inheritance, PassesSocketsOn) {
+TEST_F(Inheritance, LeavesSocketsBehind) {
   const support::Listener listener;
   const support::Peer client = support::ConnectTo(listener.port());
   const support::Listener target;
-  Expect("a stream socket", true, [] { SYS_SOCKET_Create(); });
-  Expect("a datagram socket", true, [] { SYS_SOCKET_CreateUDP(); });
-  Expect("an accepted connection", true, [&] { SYS_SOCKET_Accept(listener.descriptor()); });
-  Expect("a timed connection", true, [&] {
-    SYS_SOCKET_ConnectTimeout(support::kLoopbackAddress, target.port(), 5000, nullptr);
-  });
+  Add("a stream socket", [] { SYS_SOCKET_Create(); });
+  Add("a datagram socket", [] { SYS_SOCKET_CreateUDP(); });
+  Add("an accepted connection", [&] { SYS_SOCKET_Accept(listener.descriptor()); });
+  Add("a timed connection",
+      [&] { SYS_SOCKET_ConnectTimeout(support::kLoopbackAddress, target.port(), 5000, nullptr); });
   if (support::HasIpv6Loopback()) {
-    Expect("a stream socket of IPv6", true, [] { SYS_SOCKET_Create6(0); });
-    Expect("a datagram socket of IPv6", true, [] { SYS_SOCKET_CreateUDP6(0); });
+    Add("a stream socket of IPv6", [] { SYS_SOCKET_Create6(0); });
+    Add("a datagram socket of IPv6", [] { SYS_SOCKET_CreateUDP6(0); });
   }
-  ExpectInChild();
+  ExpectNoneInChild();
   CloseAll();
 }
 

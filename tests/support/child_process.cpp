@@ -17,6 +17,8 @@ namespace support {
 
 namespace {
 
+constexpr std::chrono::milliseconds kEndPatience(1000);
+
 int ExitStatus(int wait_status) {
   return WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : -WTERMSIG(wait_status);
 }
@@ -72,9 +74,11 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const Chil
   if (pid_ == 0) BecomeProgram(arguments, options);
 }
 
+// Asked first: some write down what they have counted.
 ChildProcess::~ChildProcess() {
-  if (!exit_status_ && !Reap(WNOHANG)) {
-    kill(pid_, SIGKILL);
+  if (IsRunning()) Signal(SIGTERM);
+  if (!WaitForExit(kEndPatience)) {
+    Signal(SIGKILL);
     Reap(0);
   }
 }

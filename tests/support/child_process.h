@@ -41,7 +41,7 @@ struct ChildOptions {
   std::function<void()> prepare = {};
 };
 
-// A running program; killed with the object unless its end was seen before.
+// A running program. With the object it is asked to end, and killed when it does not within a second.
 class ChildProcess {
  public:
   // Starts arguments[0], looked up in PATH when it has no slash. Descriptors above 2 stay behind.
