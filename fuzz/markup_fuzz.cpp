@@ -16,9 +16,9 @@
 #include "fuzz/support/byte_source.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/exact_buffer.h"
-#include "fuzz/support/large_blocks.h"
 #include "fuzz/support/memory_file.h"
 #include "settings/xml.h"
+#include "tests/support/large_blocks.h"
 
 namespace {
 
@@ -173,6 +173,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } else {
     CheckWithoutMemory(text, allocation);
   }
-  Require(fuzz::large_blocks::InUse() == 0, "a document gives its memory back");
+  Require(support::large_blocks::InUse() == 0, "a document gives its memory back");
   return 0;
 }

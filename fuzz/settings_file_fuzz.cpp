@@ -16,10 +16,10 @@
 #include "fuzz/support/byte_source.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/exact_buffer.h"
-#include "fuzz/support/large_blocks.h"
 #include "fuzz/support/memory_file.h"
 #include "settings/registry.h"
 #include "tests/settings/registry_model.h"
+#include "tests/support/large_blocks.h"
 
 namespace {
 
@@ -159,6 +159,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } else {
     CheckWithoutMemory(capacity, allocation);
   }
-  Require(fuzz::large_blocks::InUse() == 0, "the store gives its memory back");
+  Require(support::large_blocks::InUse() == 0, "the store gives its memory back");
   return 0;
 }

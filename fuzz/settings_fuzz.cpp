@@ -17,9 +17,9 @@
 #include "fuzz/support/byte_source.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/exact_buffer.h"
-#include "fuzz/support/large_blocks.h"
 #include "settings/registry.h"
 #include "tests/settings/registry_model.h"
+#include "tests/support/large_blocks.h"
 #include "tests/support/temporary_home.h"
 
 namespace {
@@ -225,6 +225,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::ByteSource bytes(data, size);
   const fuzz::AllocationChoice choice(bytes.Byte());
   Program(bytes, !choice.fails()).Run();
-  Require(fuzz::large_blocks::InUse() == 0, "the store gives its memory back");
+  Require(support::large_blocks::InUse() == 0, "the store gives its memory back");
   return 0;
 }

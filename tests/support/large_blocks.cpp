@@ -1,4 +1,4 @@
-#include "fuzz/support/large_blocks.h"
+#include "tests/support/large_blocks.h"
 
 #include <sanitizer/asan_interface.h>
 
@@ -59,7 +59,7 @@ void __wrap_SYS_MEM_Free(void* memory) {
 
 }  // extern "C"
 
-size_t fuzz::large_blocks::InUse() {
+size_t support::large_blocks::InUse() {
   return static_cast<size_t>(std::count_if(std::begin(blocks), std::end(blocks),
                                            [](const Block& block) { return block.size != 0; }));
 }
