@@ -3,6 +3,7 @@
 // The program is linked with --wrap=SYS_SOCKET_Send, so that the session's sends come here first.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -252,6 +253,30 @@ TEST(ClientPrintRxData, WithoutMemoryForTheCopyPrintsNothing) {
   }
   EXPECT_EQ(printed, "");
   EXPECT_EQ(Printed("kept"), "kept");
+}
+
+TEST(ClientStandardStreams, ThoseThatAreMissingBecomeTheNullDevice) {
+  const int status = support::RunInChild([] {
+    close(STDIN_FILENO);
+    close(STDERR_FILENO);
+    const int next_before = dup(STDOUT_FILENO);  // 0
+    close(next_before);
+    _OccupyStandardStreams();
+    char byte;
+    if (next_before != STDIN_FILENO || read(STDIN_FILENO, &byte, 1) != 0) return 1;
+    return write(STDERR_FILENO, "x", 1) == 1 ? 0 : 2;
+  });
+  EXPECT_EQ(status, 0);
+}
+
+TEST(ClientStandardStreams, StartGoesOnWhereNoDescriptorIsFree) {
+  const int status = support::RunInChild([] {
+    const rlimit none{.rlim_cur = 0, .rlim_max = 0};
+    if (setrlimit(RLIMIT_NOFILE, &none) != 0) return 1;
+    _OccupyStandardStreams();
+    return 0;
+  });
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace
