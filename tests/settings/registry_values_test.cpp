@@ -346,6 +346,13 @@ TEST_F(SysRegQueryValue, FindsValueAndTypeInAnyOrderAndTheFirstOfEach) {
                                 "N_TARVENRegType=\"SYS_REG_TYPE_SZ\""));
 }
 
+TEST_F(SysRegQueryValue, TellsLongNamesThatBeginAlikeApart) {
+  PutKey(
+      "LongNameOfAValueB_TARVENRegType=\"SYS_REG_TYPE_SZ\" LongNameOfAValueB=\"0x2\" "
+      "LongNameOfAValueA=\"0x1\" LongNameOfAValueA_TARVENRegType=\"SYS_REG_TYPE_DWORD\"");
+  EXPECT_EQ(Key().Dword("LongNameOfAValueA"), 1);
+}
+
 TEST_F(SysRegQueryValue, TakesTheFirstOfTwoThatStandInFrontOfTheOther) {
   PutKey(
       "N=\"0x1\" n=\"0x2\" N_TARVENRegType=\"SYS_REG_TYPE_DWORD\" "
