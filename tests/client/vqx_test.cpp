@@ -560,5 +560,14 @@ TEST_P(VqxTest, PersonTalksToTheDemoTarget) {
   vqx.ExpectEndWith(0);
 }
 
+TEST_P(VqxTest, PersonSeesWhatTheTargetEchoesOnceWithoutTheLocalEcho) {
+  server_test::ServerRun server({"--port", "0", "--echo"});
+  const std::string port = std::to_string(server.Port());
+  VqxRun vqx(Words(VQX_PATH, {"-VQXTelnetPort", port, "-LocalEcho", "Off"}));
+  ASSERT_TRUE(vqx.screen().WaitFor("Type \"help\" for the commands.\r\n> "));
+  vqx.terminal().Type("led on\r");
+  EXPECT_TRUE(vqx.screen().WaitFor("> led on\r\nLED is on.\r\n> "));
+}
+
 }  // namespace
 }  // namespace client_test

@@ -30,15 +30,21 @@ class TargetTest : public testing::Test {
 TEST_F(TargetTest, AttachGivesThePrompt) { EXPECT_EQ(target_.Attach(), "> "); }
 
 TEST_F(TargetTest, HelpListsEveryCommand) {
-  EXPECT_EQ(Type("help\n"),
-            "  help          lists the commands\r\n"
-            "  led on|off    switches the LED\r\n"
-            "  temp          shows the temperature\r\n"
-            "  uptime        shows the time since the start\r\n"
-            "  echo TEXT     shows the text\r\n"
-            "  log on|off    switches a log line every second\r\n"
-            "  reboot        starts the target again and drops the connection\r\n"
-            "> ");
+  EXPECT_EQ(
+      Type("help\n"),
+      "  help                       lists the commands\r\n"
+      "  led on|off                 switches the LED\r\n"
+      "  temp                       shows the temperature\r\n"
+      "  uptime                     shows the time since the start\r\n"
+      "  count                      shows how many starts, and connections since the last one\r\n"
+      "  echo TEXT                  shows the text\r\n"
+      "  keyecho on|off             echoes what is typed, for a client with -LocalEcho Off\r\n"
+      "  log on|off                 switches a log line every second\r\n"
+      "  log debug|info|warn|error  switches it on from that level on\r\n"
+      "  log color on|off           colours the log by level\r\n"
+      "  drop                       drops the connection and goes on\r\n"
+      "  reboot                     starts the target again and drops the connection\r\n"
+      "> ");
 }
 
 TEST_F(TargetTest, LedIsSwitchedOnAndOff) {
@@ -102,8 +108,63 @@ TEST_F(TargetTest, LogStopsWhenItIsSwitchedOff) {
   EXPECT_EQ(Poll(10'000), "");
 }
 
-TEST_F(TargetTest, LogWithABadArgumentPrintsTheUsageAndStaysOff) {
-  EXPECT_EQ(Type("log maybe\n"), "Usage: log on|off\r\n> ");
+TEST_F(TargetTest, LogWithABadArgumentPrintsEveryUsageAndStaysOff) {
+  for (const char* line : {"log maybe\n", "log warn error\n", "log color\n", "log color red\n"}) {
+    SCOPED_TRACE(line);
+    EXPECT_EQ(Type(line),
+              "Usage: log on|off\r\n"
+              "       log debug|info|warn|error\r\n"
+              "       log color on|off\r\n> ");
+    EXPECT_EQ(Poll(10'000), "");
+  }
+}
+
+TEST_F(TargetTest, LogLinesAreMarkedAsTheTemperatureRises) {
+  Type("log on\n");
+  EXPECT_EQ(Poll(19'000), "\r\n[   19.000] temp 24.9 C, led off\r\n> ");
+  EXPECT_EQ(Poll(20'000), "\r\n[   20.000] warn: temp 25.0 C, led off\r\n> ");
+  EXPECT_EQ(Poll(34'000), "\r\n[   34.000] warn: temp 26.4 C, led off\r\n> ");
+  EXPECT_EQ(Poll(35'000), "\r\n[   35.000] error: temp 26.5 C, led off\r\n> ");
+}
+
+TEST_F(TargetTest, LogOfALevelLeavesOutWhatIsBelow) {
+  EXPECT_EQ(Type("log info\n"), "Log is on from info on.\r\n> ");
+  EXPECT_EQ(Poll(1'000), "\r\n[    1.000] temp 23.1 C, led off\r\n> ");
+  EXPECT_EQ(Type("log warn\n", 18'000), "Log is on from warn on.\r\n> ");
+  EXPECT_EQ(Poll(19'000), "");
+  EXPECT_EQ(Poll(20'000), "\r\n[   20.000] warn: temp 25.0 C, led off\r\n> ");
+  EXPECT_EQ(Type("LOG Error\n", 33'000), "Log is on from error on.\r\n> ");
+  EXPECT_EQ(Poll(34'000), "");
+  EXPECT_EQ(Poll(35'000), "\r\n[   35.000] error: temp 26.5 C, led off\r\n> ");
+}
+
+TEST_F(TargetTest, LogKeepsItsLevelWhileItIsOff) {
+  Type("log warn\nlog off\nlog on\n");
+  EXPECT_EQ(Poll(1'000), "");
+  EXPECT_EQ(Poll(20'000), "\r\n[   20.000] warn: temp 25.0 C, led off\r\n> ");
+}
+
+TEST_F(TargetTest, DebugLogShowsWhatEndedALine) {
+  EXPECT_EQ(Type("log debug\n"), "Log is on from debug on.\r\n> ");
+  EXPECT_EQ(Type("echo a\n", 7), "[    0.007] debug: line of 6 bytes, ended by LF\r\na\r\n> ");
+  EXPECT_EQ(Type("\r\n", 12'345), "[   12.345] debug: line of 0 bytes, ended by CR\r\n> ");
+  Type("log off\n");
+  EXPECT_EQ(Type("echo a\n"), "a\r\n> ");
+}
+
+TEST_F(TargetTest, LogHasColorsByLevelWhenAskedFor) {
+  EXPECT_EQ(Type("log color on\nlog debug\n"),
+            "Log colours are on.\r\n> Log is on from debug on.\r\n> ");
+  EXPECT_EQ(Type("\n"), "[    0.000] \x1B[36mdebug: line of 0 bytes, ended by LF\x1B[0m\r\n> ");
+  EXPECT_EQ(Poll(1'000), "\r\n[    1.000] \x1B[32mtemp 23.1 C, led off\x1B[0m\r\n> ");
+  EXPECT_EQ(Poll(20'000), "\r\n[   20.000] \x1B[33mwarn: temp 25.0 C, led off\x1B[0m\r\n> ");
+  EXPECT_EQ(Poll(35'000), "\r\n[   35.000] \x1B[1;31merror: temp 26.5 C, led off\x1B[0m\r\n> ");
+  Type("log info\nlog color off\n", 35'000);
+  EXPECT_EQ(Poll(36'000), "\r\n[   36.000] error: temp 26.6 C, led off\r\n> ");
+}
+
+TEST_F(TargetTest, ColorsAloneDoNotSwitchTheLogOn) {
+  Type("log color on\n");
   EXPECT_EQ(Poll(10'000), "");
 }
 
@@ -127,6 +188,22 @@ TEST_F(TargetTest, RebootPrintsALineWithoutPromptAndTakesTheLinkDown) {
   EXPECT_TRUE(target_.link_is_down());
   EXPECT_EQ(target_.Attach(), "> ");
   EXPECT_FALSE(target_.link_is_down());
+}
+
+TEST_F(TargetTest, RebootSetsTheLogLevelBack) {
+  Type("log error\nreboot\n");
+  target_.Attach();
+  Type("log on\n");
+  EXPECT_EQ(Poll(1'000), "\r\n[    1.000] temp 23.1 C, led off\r\n> ");
+}
+
+TEST_F(TargetTest, DropTakesTheLinkDownAndNothingElse) {
+  Type("led on\nlog on\n");
+  EXPECT_EQ(Type("drop\necho lost\n", 500), "Dropping the connection ...\r\n");
+  EXPECT_TRUE(target_.link_is_down());
+  EXPECT_EQ(target_.Attach(), "> ");
+  EXPECT_FALSE(target_.link_is_down());
+  EXPECT_EQ(Poll(1'000), "\r\n[    1.000] temp 23.1 C, led on\r\n> ");
 }
 
 TEST_F(TargetTest, RebootStartsUptimeAnew) {
@@ -155,10 +232,9 @@ TEST_F(TargetTest, CommandsWithoutArgumentsRefuseThem) {
     const char* line;
     const char* expected;
   } cases[] = {
-      {"help me\n", "Usage: help\r\n> "},
-      {"temp now\n", "Usage: temp\r\n> "},
-      {"uptime -s\n", "Usage: uptime\r\n> "},
-      {"reboot now\n", "Usage: reboot\r\n> "},
+      {"help me\n", "Usage: help\r\n> "},     {"temp now\n", "Usage: temp\r\n> "},
+      {"uptime -s\n", "Usage: uptime\r\n> "}, {"count up\n", "Usage: count\r\n> "},
+      {"drop it\n", "Usage: drop\r\n> "},     {"reboot now\n", "Usage: reboot\r\n> "},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.line);
@@ -169,7 +245,8 @@ TEST_F(TargetTest, CommandsWithoutArgumentsRefuseThem) {
 
 TEST_F(TargetTest, CommandsWithASwitchNeedOneWord) {
   EXPECT_EQ(Type("led\n"), "Usage: led on|off\r\n> ");
-  EXPECT_EQ(Type("log on off\n"), "Usage: log on|off\r\n> ");
+  EXPECT_EQ(Type("led on off\n"), "Usage: led on|off\r\n> ");
+  EXPECT_EQ(Type("keyecho\n"), "Usage: keyecho on|off\r\n> ");
 }
 
 TEST_F(TargetTest, UnknownCommandIsNamedAndHelpOffered) {
@@ -188,6 +265,69 @@ TEST_F(TargetTest, UpperAndLowerCaseAreTheSameInCommandsAndSwitches) {
 TEST_F(TargetTest, BlanksAroundWordsDoNotMatter) {
   EXPECT_EQ(Type(" \t led \t on  \n"), "LED is on.\r\n> ");
   EXPECT_EQ(Type("temp  \n"), "Temperature: 23.0 C\r\n> ");
+}
+
+// ---- The greeting ----
+
+constexpr char kGreetingOfAFreshTarget[] =
+    "M-Bolt demo target, terminal channel 0\r\n"
+    "[    0.000] reset: power on\r\n"
+    "[    0.001] clock: 120 MHz, memory: 192 KB\r\n"
+    "[    0.002] sensor: 23.0 C\r\n"
+    "[    0.002] warn: watchdog: off\r\n"
+    "[    0.003] monitor: ready on channel 0\r\n"
+    "Start 1, connection 1.\r\n"
+    "Type \"help\" for the commands.\r\n";
+
+TEST_F(TargetTest, GreetingOfTheFirstConnectionHasTheLogOfTheStart) {
+  EXPECT_EQ(target_.Greeting(), kGreetingOfAFreshTarget);
+}
+
+TEST_F(TargetTest, GreetingOfALaterConnectionHasItsNumberAlone) {
+  target_.Attach();
+  EXPECT_EQ(target_.Greeting(),
+            "M-Bolt demo target, terminal channel 0\r\n"
+            "Start 1, connection 2.\r\n"
+            "Type \"help\" for the commands.\r\n");
+}
+
+TEST_F(TargetTest, GreetingAfterARebootCountsTheStartAndConnectionsAnew) {
+  target_.Attach();
+  Type("reboot\n", 60'000);
+  target_.Attach();
+  EXPECT_EQ(target_.Greeting(),
+            "M-Bolt demo target, terminal channel 0\r\n"
+            "[    0.000] reset: reboot command\r\n"
+            "[    0.001] clock: 120 MHz, memory: 192 KB\r\n"
+            "[    0.002] sensor: 23.0 C\r\n"
+            "[    0.002] warn: watchdog: off\r\n"
+            "[    0.003] monitor: ready on channel 0\r\n"
+            "Start 2, connection 1.\r\n"
+            "Type \"help\" for the commands.\r\n");
+}
+
+TEST_F(TargetTest, LogOfTheStartKeepsTheColorsThroughAReboot) {
+  Type("log color on\nreboot\n");
+  target_.Attach();
+  EXPECT_EQ(target_.Greeting(),
+            "M-Bolt demo target, terminal channel 0\r\n"
+            "[    0.000] \x1B[32mreset: reboot command\x1B[0m\r\n"
+            "[    0.001] \x1B[32mclock: 120 MHz, memory: 192 KB\x1B[0m\r\n"
+            "[    0.002] \x1B[32msensor: 23.0 C\x1B[0m\r\n"
+            "[    0.002] \x1B[33mwarn: watchdog: off\x1B[0m\r\n"
+            "[    0.003] \x1B[32mmonitor: ready on channel 0\x1B[0m\r\n"
+            "Start 2, connection 1.\r\n"
+            "Type \"help\" for the commands.\r\n");
+}
+
+TEST_F(TargetTest, CountShowsStartsAndConnectionsSinceTheLast) {
+  EXPECT_EQ(Type("count\n"), "Start 1, connection 1.\r\n> ");
+  Type("drop\n");
+  target_.Attach();
+  EXPECT_EQ(Type("count\n"), "Start 1, connection 2.\r\n> ");
+  Type("reboot\n");
+  target_.Attach();
+  EXPECT_EQ(Type("count\n"), "Start 2, connection 1.\r\n> ");
 }
 
 // ---- The line editor ----
@@ -236,6 +376,14 @@ TEST_F(TargetTest, DeleteTakesStrayContinuationBytesBackToo) {
 }
 
 TEST_F(TargetTest, BackspaceInAnEmptyLineLeavesThePromptAlone) { EXPECT_EQ(Type("\b\x7F"), ""); }
+
+TEST_F(TargetTest, ControlUWipesTheLineCharacterByCharacter) {
+  EXPECT_EQ(Type("reboot\x15"), "\b \b\b \b\b \b\b \b\b \b\b \b");
+  EXPECT_EQ(Type("\xE2\x82\xAC\x15"), "\b \b");
+  EXPECT_EQ(Type("\x15"), "");
+  EXPECT_EQ(Type("\n"), "> ");
+  EXPECT_FALSE(target_.link_is_down());
+}
 
 TEST_F(TargetTest, ControlCIsShownAndDropsTheLine) {
   EXPECT_EQ(Type("reboot\x03"), "^C\r\n> ");
@@ -297,6 +445,58 @@ TEST_F(TargetTest, LineArrivesByteByByte) {
   std::string printed;
   for (const char byte : std::string("echo slow\n")) printed += Type({&byte, 1});
   EXPECT_EQ(printed, "slow\r\n> ");
+}
+
+// ---- The echo ----
+
+TEST_F(TargetTest, KeyEchoIsSwitchedOnAndOff) {
+  EXPECT_EQ(Type("keyecho on\n"), "Key echo is on.\r\n> ");
+  EXPECT_EQ(Type("temp"), "temp");
+  EXPECT_EQ(Type("\x03keyecho off\n"), "^C\r\n> keyecho off\r\nKey echo is off.\r\n> ");
+  EXPECT_EQ(Type("temp"), "");
+}
+
+class EchoingTargetTest : public TargetTest {
+ protected:
+  EchoingTargetTest() {
+    target_ = Target(kBoot, true);
+    target_.Attach();
+  }
+};
+
+TEST_F(EchoingTargetTest, TextAndLineEndAreEchoed) {
+  EXPECT_EQ(Type("echo gr\xC3\xBC\xC3\x9F\n"),
+            "echo gr\xC3\xBC\xC3\x9F\r\ngr\xC3\xBC\xC3\x9F\r\n> ");
+  EXPECT_EQ(Type("\n"), "\r\n> ");
+  EXPECT_EQ(Type("\r\n"), "\r\n> ");
+}
+
+TEST_F(EchoingTargetTest, TabIsEchoedAsABlank) { EXPECT_EQ(Type("a\tb"), "a b"); }
+
+TEST_F(EchoingTargetTest, EscapeSequencesAndZeroBytesAreNotEchoed) {
+  EXPECT_EQ(Type(std::string_view("a\x1B[D\0b", 6)), "ab");
+}
+
+TEST_F(EchoingTargetTest, BackspaceAndDeleteBothMoveTheCursor) {
+  EXPECT_EQ(Type("ab\b\x7F"), "ab\b \b\b \b");
+  EXPECT_EQ(Type("\b\x7F"), "");
+}
+
+TEST_F(EchoingTargetTest, ControlUWipesWhatWasEchoed) { EXPECT_EQ(Type("ab\x15"), "ab\b \b\b \b"); }
+
+TEST_F(EchoingTargetTest, WhatALineHasNoRoomForIsNotEchoed) {
+  EXPECT_EQ(Type(std::string(125, 'x')), std::string(120, 'x'));
+}
+
+TEST_F(EchoingTargetTest, DebugLogStandsBelowTheEchoedLine) {
+  Type("log debug\n");
+  EXPECT_EQ(Type("\n"), "\r\n[    0.000] debug: line of 0 bytes, ended by LF\r\n> ");
+}
+
+TEST_F(EchoingTargetTest, EchoOutlivesAReboot) {
+  EXPECT_EQ(Type("reboot\n"), "reboot\r\nRebooting ...\r\n");
+  target_.Attach();
+  EXPECT_EQ(Type("temp"), "temp");
 }
 
 // ---- One terminal after another ----

@@ -26,13 +26,22 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using testing::HasSubstr;
 
+// To the first client; later ones get less.
 constexpr char kWelcomeAndPrompt[] =
-    "M-Bolt demo target, terminal channel 0\r\nType \"help\" for the commands.\r\n> ";
+    "M-Bolt demo target, terminal channel 0\r\n"
+    "[    0.000] reset: power on\r\n"
+    "[    0.001] clock: 120 MHz, memory: 192 KB\r\n"
+    "[    0.002] sensor: 23.0 C\r\n"
+    "[    0.002] warn: watchdog: off\r\n"
+    "[    0.003] monitor: ready on channel 0\r\n"
+    "Start 1, connection 1.\r\n"
+    "Type \"help\" for the commands.\r\n> ";
+constexpr char kEndOfWelcomeAndPrompt[] = "Type \"help\" for the commands.\r\n> ";
 
 // Whoever is served next gets the welcome and is answered.
 void ExpectServes(uint16_t port) {
   Connection client(port);
-  EXPECT_TRUE(client.reader().WaitFor(kWelcomeAndPrompt));
+  EXPECT_TRUE(client.reader().WaitFor(kEndOfWelcomeAndPrompt));
   EXPECT_TRUE(client.Send("echo served\n"));
   EXPECT_TRUE(client.reader().WaitFor("> served\r\n> "));
 }
@@ -113,8 +122,8 @@ TEST(TerminalServer, BusyPortEndsItWithStatusOneAndAMessage) {
   ServerRun second({"--port", port});
   EXPECT_EQ(second.process().WaitForExit(), 1);
   ASSERT_TRUE(second.error().WaitForEnd());
-  EXPECT_EQ(second.error().text(),
-            "vqx-terminal-server: cannot listen on 127.0.0.1:" + port + "; is the port in use?\n");
+  EXPECT_EQ(second.error().text(), "vqx-terminal-server: cannot listen on 127.0.0.1:" + port +
+                                       "; is the port in use? --port 0 picks a free one\n");
   ASSERT_TRUE(second.output().WaitForEnd());
   EXPECT_EQ(second.output().text(), "");
   ExpectServes(first.Port());
@@ -163,8 +172,8 @@ TEST(TerminalServer, HelpNamesEveryOptionOnStandardOutput) {
   ServerRun server({"--help"});
   EXPECT_EQ(server.process().WaitForExit(), 0);
   ASSERT_TRUE(server.output().WaitForEnd());
-  for (const char* option : {"--port N", "--welcome TEXT", "--welcome-delay MS", "--refuse REASON",
-                             "--help", "19021", "\\r \\n \\t \\\\ and \\xNN"}) {
+  for (const char* option : {"--port N", "--echo", "--welcome TEXT", "--welcome-delay MS",
+                             "--refuse REASON", "--help", "19021", "\\r \\n \\t \\\\ and \\xNN"}) {
     EXPECT_THAT(server.output().text(), HasSubstr(option));
   }
   ASSERT_TRUE(server.error().WaitForEnd());
@@ -313,7 +322,7 @@ TEST(TerminalServer, NextClientWaitsUntilTheFirstIsGone) {
   second.reader().ReadFor(milliseconds(200));
   EXPECT_EQ(second.reader().text(), "");
   first.reset();
-  EXPECT_TRUE(second.reader().WaitFor(kWelcomeAndPrompt));
+  EXPECT_TRUE(second.reader().WaitFor(kEndOfWelcomeAndPrompt));
 }
 
 TEST(TerminalServer, TargetKeepsItsStateBetweenClients) {
@@ -325,6 +334,46 @@ TEST(TerminalServer, TargetKeepsItsStateBetweenClients) {
   }
   Connection client(server.Port());
   EXPECT_TRUE(client.reader().WaitFor(", led on\r\n> "));
+}
+
+TEST(TerminalServer, GreetingCountsTheConnectionsUntilAReboot) {
+  ServerRun server({"--port", "0"});
+  const struct {
+    const char* counts;
+    const char* end;
+  } cases[] = {
+      {"0\r\nStart 1, connection 2.\r\n", "drop\n"},
+      {"0\r\nStart 1, connection 3.\r\n", "reboot\n"},
+      {"] reset: reboot command\r\n", "drop\n"},
+      {"0\r\nStart 2, connection 2.\r\n", "drop\n"},
+  };
+  ExpectServes(server.Port());
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.counts);
+    Connection client(server.Port());
+    EXPECT_THAT(client.ReceiveOnce(), HasSubstr(c.counts));
+    ASSERT_TRUE(client.Send(c.end));
+    ASSERT_TRUE(client.reader().WaitForEnd());
+  }
+}
+
+TEST(TerminalServer, DropEndsTheConnectionInOrder) {
+  ServerRun server({"--port", "0", "--welcome", "Hi\r\n"});
+  Connection client(server.Port());
+  ASSERT_TRUE(client.Send("drop\n"));
+  ASSERT_TRUE(client.reader().WaitFor("Dropping the connection ...\r\n"));
+  EXPECT_TRUE(client.IsAtItsEnd());
+}
+
+TEST(TerminalServer, EchoOptionLetsTheTargetEcho) {
+  ServerRun server({"--port", "0", "--welcome", "Hi\r\n", "--echo"});
+  Connection client(server.Port());
+  ASSERT_TRUE(client.reader().WaitFor("> "));
+  ASSERT_TRUE(client.Send("led"));
+  ASSERT_TRUE(client.reader().WaitFor("> led"));
+  ASSERT_TRUE(client.Send(" on\n"));
+  ASSERT_TRUE(client.reader().WaitFor("> ", 2));
+  EXPECT_EQ(client.reader().text(), "Hi\r\n> led on\r\nLED is on.\r\n> ");
 }
 
 TEST(TerminalServer, OutlivesAClientThatResetsMidway) {
@@ -385,7 +434,7 @@ TEST(TerminalServer, DropsAClientThatNeverReads) {
     flood.SendSome(commands);
     next.reader().ReadFor(milliseconds(10));
   }
-  EXPECT_TRUE(next.reader().WaitFor(kWelcomeAndPrompt));
+  EXPECT_TRUE(next.reader().WaitFor(kEndOfWelcomeAndPrompt));
 }
 
 // The answers are more than the system keeps for a client that does not read, about 3 MB.

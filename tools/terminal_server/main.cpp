@@ -28,8 +28,11 @@ int main(int argc, char** argv) {
   std::signal(SIGTERM, RequestStop);
   terminal_server::Server server(*options, stop);
   if (!server.Listen()) {
-    fprintf(stderr, "vqx-terminal-server: cannot listen on 127.0.0.1:%u; is the port in use?\n",
-            options->port);
+    fprintf(
+        stderr,
+        "vqx-terminal-server: cannot listen on 127.0.0.1:%u; is the port in use? --port 0 picks "
+        "a free one\n",
+        options->port);
     return 1;
   }
   printf("Listening on 127.0.0.1:%u\n", server.port());

@@ -24,9 +24,8 @@ bool TakePort(std::string_view value, Options& options) {
 }
 
 bool TakeWelcome(std::string_view value, Options& options) {
-  const auto text = ExpandEscapes(value);
-  options.welcome = text.value_or("");
-  return text.has_value();
+  options.welcome = ExpandEscapes(value);
+  return options.welcome.has_value();
 }
 
 bool TakeWelcomeDelay(std::string_view value, Options& options) {
@@ -94,6 +93,10 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& words, std::
     const std::string& word = words[i];
     if (word == "--help") {
       options.wants_help = true;
+      continue;
+    }
+    if (word == "--echo") {
+      options.echo = true;
       continue;
     }
     const ValueOption* const option = FindValueOption(word);

@@ -17,18 +17,19 @@ inline constexpr std::string_view kUsage =
     "another, until SIGINT or SIGTERM.\n"
     "\n"
     "  --port N              the TCP port (default: 19021); 0 picks a free one\n"
-    "  --welcome TEXT        the welcome text; \\r \\n \\t \\\\ and \\xNN stand for what they do "
-    "in C\n"
+    "  --echo                the target echoes what is typed, for clients with -LocalEcho Off\n"
+    "  --welcome TEXT        the welcome text, in place of the target's greeting;\n"
+    "                        \\r \\n \\t \\\\ and \\xNN stand for what they do in C\n"
     "  --welcome-delay MS    waits that long before the welcome text\n"
     "  --refuse REASON       refuses every client with this reason\n"
     "  --help                shows this text\n";
 
 struct Options {
   uint16_t port = 19021;
-  std::string welcome =
-      "M-Bolt demo target, terminal channel 0\r\nType \"help\" for the commands.\r\n";
+  std::optional<std::string> welcome;
   uint32_t welcome_delay_ms = 0;
   std::optional<std::string> refusal;
+  bool echo = false;
   bool wants_help = false;
 };
 

@@ -25,7 +25,7 @@ constexpr int32_t kSendSide = 1;
 }  // namespace
 
 Server::Server(const Options& options, const volatile std::sig_atomic_t& stop)
-    : options_(options), stop_(stop), target_(SYS_GetTickCount()) {}
+    : options_(options), stop_(stop), target_(SYS_GetTickCount(), options.echo) {}
 
 Server::~Server() {
   if (listener_ >= 0) SYS_SOCKET_Close(listener_);
@@ -64,9 +64,10 @@ void Server::Serve(int32_t client) {
   SleepUnlessStopped(options_.welcome_delay_ms);
   if (options_.refusal) {
     Send(client, "ERROR: " + *options_.refusal);
-  } else if (Send(client, options_.welcome + target_.Attach())) {
-    Relay(client);
+    return;
   }
+  const std::string prompt = target_.Attach();
+  if (Send(client, options_.welcome.value_or(target_.Greeting()) + prompt)) Relay(client);
 }
 
 // Until the client or the target ends the connection.
