@@ -7,27 +7,34 @@
 #   scripts/setup.sh bench     the same for the benchmarks
 #   scripts/setup.sh coverage  the same for the tests' coverage
 #   scripts/setup.sh fuzz      the same for the fuzzers (on Debian)
+#   scripts/setup.sh picture   the same for the picture of a session
 #   scripts/setup.sh darwin    what cross-building for macOS takes (on Debian); the compiler goes to
 #                              build/toolchain
+#   scripts/setup.sh --help    shows this text (also -h)
 set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci | bench | coverage | fuzz | darwin) ;;
+    run | test | ci | bench | coverage | fuzz | picture | darwin) ;;
+    -h | --help)
+        sed -n '2,/^set /s/^# \{0,1\}//p' "$0"
+        exit 0
+        ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|fuzz|darwin]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|fuzz|picture|darwin]" >&2
         exit 2
         ;;
 esac
 
 debian_packages() {
     echo g++ cmake ninja-build libedit-dev
-    tests="libgtest-dev libgmock-dev libxml2-utils nftables python3 bash dash"
+    tests="libgtest-dev libgmock-dev libxml2-utils nftables python3 bash dash mandoc"
     case $purpose in
         test) echo "$tests" ;;
         ci) echo "$tests clang clang-format clang-tidy binutils" ;;
         coverage) echo "$tests gcovr" ;;
         fuzz) echo clang libclang-rt-dev llvm ;;
+        picture) echo tmux python3 ;;
         bench)
             echo libbenchmark-dev libfmt-dev libstb-dev libabsl-dev libpugixml-dev librapidxml-dev
             echo libexpat1-dev libxml2-dev libglib2.0-dev pkg-config netcat-openbsd socat
@@ -44,9 +51,10 @@ debian_packages() {
 brew_formulae() {
     echo cmake ninja
     case $purpose in
-        test) echo googletest python3 ;;
-        ci) echo googletest python3 llvm ;;
-        coverage) echo googletest python3 gcovr ;;
+        test) echo googletest python3 mandoc ;;
+        ci) echo googletest python3 mandoc llvm ;;
+        coverage) echo googletest python3 mandoc gcovr ;;
+        picture) echo tmux python3 ;;
     esac
 }
 
@@ -77,6 +85,7 @@ setup_debian() {
     } >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
+        echo "setup.sh: could not install$missing; install it by hand, then try again" >&2
         exit 1
     fi
     rm -f "$log"
@@ -118,7 +127,7 @@ else
 This script knows Debian's apt and Homebrew; on this system please install by hand:
   a C++20 compiler (GCC 12, Clang 14 or newer), CMake 3.25 or newer, Ninja,
   the editline library with its headers (often called libedit-dev),
-  and for the tests GoogleTest with GoogleMock, xmllint, Python 3, bash and dash.
+  and for the tests GoogleTest with GoogleMock, xmllint, mandoc, Python 3, bash and dash.
 Not found now:${missing_tools}
 TEXT
         exit 1
