@@ -65,6 +65,8 @@ trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
+# The background command makes the file when it gets round to it, which may be after the first look.
+: >"$folder/server.txt"
 "$programs/vqx-terminal-server" --port "$demo_port" $echo_option >"$folder/server.txt" &
 server=$!
 port=
