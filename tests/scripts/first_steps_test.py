@@ -118,11 +118,12 @@ class FirstStepsTest(unittest.TestCase):
 
     def test_demo_takes_the_given_port_and_lets_the_target_echo(self):
         self.add_build_tools()
-        self.add_programs(self.tree / "build" / "release")
-        with socket.create_server(("127.0.0.1", 0)) as free:
-            port = str(free.getsockname()[1])
-        self.assertEqual(self.run_script("run.sh", "--port", port, "--echo"),
-                         (0, f"<-VQXTelnetPort><{port}><-LocalEcho><Off>", ""))
+        programs = self.tree / "build" / "release"
+        self.add_script(programs / "bin" / "vqx", 'printf "<%s>" "$@"')
+        self.add_script(programs / "bin" / "vqx-terminal-server",
+                        'echo "$@" >&2; echo "Listening on 127.0.0.1:$2"; exec sleep 60')
+        self.assertEqual(self.run_script("run.sh", "--echo", "--port", "4711"),
+                         (0, "<-VQXTelnetPort><4711><-LocalEcho><Off>", "--port 4711 --echo\n"))
 
     def test_other_arguments_are_the_clients_and_there_is_no_demo(self):
         self.add_build_tools()
