@@ -274,7 +274,7 @@ constexpr char kGreetingOfAFreshTarget[] =
     "[    0.000] reset: power on\r\n"
     "[    0.001] clock: 120 MHz, memory: 192 KB\r\n"
     "[    0.002] sensor: 23.0 C\r\n"
-    "[    0.002] warn: watchdog: off\r\n"
+    "[    0.002] warn: watchdog is off\r\n"
     "[    0.003] monitor: ready on channel 0\r\n"
     "Start 1, connection 1.\r\n"
     "Type \"help\" for the commands.\r\n";
@@ -300,7 +300,7 @@ TEST_F(TargetTest, GreetingAfterARebootCountsTheStartAndConnectionsAnew) {
             "[    0.000] reset: reboot command\r\n"
             "[    0.001] clock: 120 MHz, memory: 192 KB\r\n"
             "[    0.002] sensor: 23.0 C\r\n"
-            "[    0.002] warn: watchdog: off\r\n"
+            "[    0.002] warn: watchdog is off\r\n"
             "[    0.003] monitor: ready on channel 0\r\n"
             "Start 2, connection 1.\r\n"
             "Type \"help\" for the commands.\r\n");
@@ -314,7 +314,7 @@ TEST_F(TargetTest, LogOfTheStartKeepsTheColorsThroughAReboot) {
             "[    0.000] \x1B[32mreset: reboot command\x1B[0m\r\n"
             "[    0.001] \x1B[32mclock: 120 MHz, memory: 192 KB\x1B[0m\r\n"
             "[    0.002] \x1B[32msensor: 23.0 C\x1B[0m\r\n"
-            "[    0.002] \x1B[33mwarn: watchdog: off\x1B[0m\r\n"
+            "[    0.002] \x1B[33mwarn: watchdog is off\x1B[0m\r\n"
             "[    0.003] \x1B[32mmonitor: ready on channel 0\x1B[0m\r\n"
             "Start 2, connection 1.\r\n"
             "Type \"help\" for the commands.\r\n");

@@ -32,7 +32,7 @@ constexpr char kWelcomeAndPrompt[] =
     "[    0.000] reset: power on\r\n"
     "[    0.001] clock: 120 MHz, memory: 192 KB\r\n"
     "[    0.002] sensor: 23.0 C\r\n"
-    "[    0.002] warn: watchdog: off\r\n"
+    "[    0.002] warn: watchdog is off\r\n"
     "[    0.003] monitor: ready on channel 0\r\n"
     "Start 1, connection 1.\r\n"
     "Type \"help\" for the commands.\r\n> ";

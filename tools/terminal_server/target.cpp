@@ -374,7 +374,7 @@ std::string Target::BootLog() const {
   return LogLine(Level::kInfo, 0, starts_ == 1 ? "reset: power on" : "reset: reboot command") +
          LogLine(Level::kInfo, 1, "clock: 120 MHz, memory: 192 KB") +
          LogLine(Level::kInfo, 2, "sensor: " + TemperatureAt(0)) +
-         LogLine(Level::kWarn, 2, "watchdog: off") +
+         LogLine(Level::kWarn, 2, "watchdog is off") +
          LogLine(Level::kInfo, 3, "monitor: ready on channel 0");
 }
 
