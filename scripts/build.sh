@@ -7,7 +7,7 @@
 # "cmake --list-presets" lists the presets. BUILD_DIR names another folder than build/PRESET.
 set -eu
 
-show_help() { sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; }
+show_help() { sed -n '/^# SPDX/d;2,/^set /s/^# \{0,1\}//p' "$0"; }
 
 fail() {
     printf 'build.sh: %s\n' "$2" >&2

@@ -13,7 +13,7 @@
 # BUILD_DIR names another folder to build in than build/release.
 set -eu
 
-show_help() { sed -n '2,/^set /s/^# \{0,1\}//p' "$0"; }
+show_help() { sed -n '/^# SPDX/d;2,/^set /s/^# \{0,1\}//p' "$0"; }
 
 fail() {
     printf 'run.sh: %s\n' "$2" >&2

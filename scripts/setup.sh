@@ -17,7 +17,7 @@ purpose=${1:-run}
 case $purpose in
     run | test | ci | bench | coverage | fuzz | picture | darwin) ;;
     -h | --help)
-        sed -n '2,/^set /s/^# \{0,1\}//p' "$0"
+        sed -n '/^# SPDX/d;2,/^set /s/^# \{0,1\}//p' "$0"
         exit 0
         ;;
     *)

@@ -9,7 +9,7 @@ set -eu
 
 case ${1-} in
     -h | --help)
-        sed -n '2,/^set /s/^# \{0,1\}//p' "$0"
+        sed -n '/^# SPDX/d;2,/^set /s/^# \{0,1\}//p' "$0"
         exit 0
         ;;
 esac

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Tests of what run.sh, build.sh, test.sh and setup.sh say to somebody who starts here.
 
 usage: first_steps_test.py SERVER [UNITTEST-OPTION...]
