@@ -30,21 +30,20 @@ class TargetTest : public testing::Test {
 TEST_F(TargetTest, AttachGivesThePrompt) { EXPECT_EQ(target_.Attach(), "> "); }
 
 TEST_F(TargetTest, HelpListsEveryCommand) {
-  EXPECT_EQ(
-      Type("help\n"),
-      "  help                       lists the commands\r\n"
-      "  led on|off                 switches the LED\r\n"
-      "  temp                       shows the temperature\r\n"
-      "  uptime                     shows the time since the start\r\n"
-      "  count                      shows how many starts, and connections since the last one\r\n"
-      "  echo TEXT                  shows the text\r\n"
-      "  keyecho on|off             echoes what is typed, for a client with -LocalEcho Off\r\n"
-      "  log on|off                 switches a log line every second\r\n"
-      "  log debug|info|warn|error  switches it on from that level on\r\n"
-      "  log color on|off           colours the log by level\r\n"
-      "  drop                       drops the connection and goes on\r\n"
-      "  reboot                     starts the target again and drops the connection\r\n"
-      "> ");
+  EXPECT_EQ(Type("help\n"),
+            "  help                       lists the commands\r\n"
+            "  led on|off                 switches the LED\r\n"
+            "  temp                       shows the temperature\r\n"
+            "  uptime                     shows the time since the start\r\n"
+            "  count                      counts starts, and connections since the last one\r\n"
+            "  echo TEXT                  shows the text\r\n"
+            "  keyecho on|off             echoes what is typed, for use with -LocalEcho Off\r\n"
+            "  log on|off                 switches a log line every second\r\n"
+            "  log debug|info|warn|error  switches it on from that level on\r\n"
+            "  log color on|off           colours the log by level\r\n"
+            "  drop                       drops the connection and goes on\r\n"
+            "  reboot                     starts the target again and drops the connection\r\n"
+            "> ");
 }
 
 TEST_F(TargetTest, LedIsSwitchedOnAndOff) {
