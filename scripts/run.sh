@@ -71,8 +71,11 @@ trap 'exit 143' TERM
 server=$!
 port=
 while [ -z "$port" ]; do
-    # A server that has ended has said why.
-    kill -0 "$server" 2>/dev/null || wait "$server" || exit
+    if ! kill -0 "$server" 2>/dev/null; then
+        # It has said why.
+        wait "$server" || exit
+        exit 1
+    fi
     port=$(sed -n 's/^Listening on 127\.0\.0\.1:\([0-9]*\)$/\1/p' "$folder/server.txt")
     [ -n "$port" ] || sleep 0.1
 done

@@ -81,6 +81,8 @@ class FirstStepsTest(unittest.TestCase):
                  "  scripts/build.sh PRESET [CMAKE-OPTION...]   e.g. scripts/build.sh release\n"),
                 ("test.sh", "Builds everything with sanitizers and runs all tests.\n",
                  "  scripts/test.sh [CTEST-OPTION...]   e.g. scripts/test.sh -R SysSocket\n"),
+                ("picture.sh", "Makes docs/session.svg, the picture of a session:",
+                 "  scripts/picture.sh           makes it anew; takes port 19021\n"),
                 ("setup.sh", "Installs what is missing on this machine, and nothing that is there "
                  "already.\n", "  scripts/setup.sh test      the same for the tests\n")):
             for option in ("--help", "-h"):
