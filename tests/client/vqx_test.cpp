@@ -172,6 +172,11 @@ class VqxTest : public testing::TestWithParam<const char*> {
     ASSERT_TRUE(server.Accept());
     ASSERT_TRUE(server.Send("Welcome\r\n"));
     ASSERT_TRUE(vqx.screen().WaitFor("Welcome\r\n"));
+    WaitForSingleKeys(vqx);
+  }
+
+  // Until then the terminal itself shows what is typed.
+  static void WaitForSingleKeys(VqxRun& vqx) {
     const auto deadline = std::chrono::steady_clock::now() + support::kPatience;
     while ((vqx.terminal().Modes().c_lflag & ICANON) != 0) {
       ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the client never took the terminal";
@@ -565,6 +570,7 @@ TEST_P(VqxTest, PersonSeesWhatTheTargetEchoesOnceWithoutTheLocalEcho) {
   const std::string port = std::to_string(server.Port());
   VqxRun vqx(Words(VQX_PATH, {"-VQXTelnetPort", port, "-LocalEcho", "Off"}));
   ASSERT_TRUE(vqx.screen().WaitFor("Type \"help\" for the commands.\r\n> "));
+  WaitForSingleKeys(vqx);
   vqx.terminal().Type("led on\r");
   EXPECT_TRUE(vqx.screen().WaitFor("> led on\r\nLED is on.\r\n> "));
 }

@@ -18,7 +18,7 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-SERVER = sys.argv.pop(1)
+SERVER = pathlib.Path(sys.argv.pop(1)).resolve()
 BASIC_TOOLS = ("cat", "dirname", "env", "grep", "id", "mkdir", "mktemp", "rm", "sed", "sh", "sleep",
                "uname")
 NOBODY = 65534
