@@ -55,11 +55,12 @@ enum {
   SYS_REG_TYPE_QWORD = 11     /* a 64-bit number in host byte order */
 };
 
+/* What the functions return. */
 enum {
-  SYS_REG_SUCCESS = 0,
-  SYS_REG_ERR_FAILED = 1,
-  SYS_REG_ERR_NOT_FOUND = 2,
-  SYS_REG_ERR_MORE_DATA = 234
+  SYS_REG_SUCCESS = 0,        /* it is done */
+  SYS_REG_ERR_FAILED = 1,     /* it could not be done */
+  SYS_REG_ERR_NOT_FOUND = 2,  /* the key has no such value */
+  SYS_REG_ERR_MORE_DATA = 234 /* the value is longer than the buffer */
 };
 
 /* Opens a key, and makes it and the keys on the way to it where they are missing.

@@ -39,7 +39,10 @@
 extern "C" {
 #endif
 
+/* The blocks that hold what a document owns; for these functions alone. */
 typedef struct XML_ARENA XML_ARENA;
+
+/* The records below. */
 typedef struct XML_ATTR XML_ATTR;
 typedef struct XML_NODE XML_NODE;
 
@@ -47,32 +50,32 @@ typedef struct XML_NODE XML_NODE;
 
 /* An attribute. */
 struct XML_ATTR {
-  const char* name;
-  const char* value;
-  uint32_t name_length;
-  uint32_t value_length;
-  XML_ATTR* prev;
-  XML_ATTR* next;
+  const char* name;      /* as it was written, whatever its case */
+  const char* value;     /* what stands between the quotes */
+  uint32_t name_length;  /* without the terminator */
+  uint32_t value_length; /* without the terminator */
+  XML_ATTR* prev;        /* null in the first one */
+  XML_ATTR* next;        /* null in the last one */
 };
 
 /* An element. */
 struct XML_NODE {
-  const char* name;
-  uint32_t name_length;
-  uint32_t : 32; /* what follows stands where it would stand without the packing */
-  XML_ATTR* first_attr;
-  XML_NODE* parent; /* null at top level */
-  XML_NODE* prev;   /* null in elements that were parsed: only added ones know their predecessor */
-  XML_NODE* next;
-  XML_NODE* first_child;
+  const char* name;      /* as it was written, whatever its case */
+  uint32_t name_length;  /* without the terminator */
+  uint32_t : 32;         /* what follows stands where it would stand without the packing */
+  XML_ATTR* first_attr;  /* null without attributes */
+  XML_NODE* parent;      /* null at top level */
+  XML_NODE* prev;        /* null in parsed elements: added ones alone know the one before */
+  XML_NODE* next;        /* null in the last one */
+  XML_NODE* first_child; /* null without children */
 };
 
 /* A document. */
 typedef struct {
   XML_NODE* first_element; /* the first of the top level */
   uint32_t line_count;     /* line feeds seen outside values when the text was parsed */
-  uint32_t : 32;
-  XML_ARENA* arena;
+  uint32_t : 32;           /* as in XML_NODE */
+  XML_ARENA* arena;        /* what the document owns */
 } XML_DOC;
 
 #pragma pack(pop)

@@ -21,8 +21,8 @@ extern "C" {
 
 /* How to open a file, as bits; with neither READ nor WRITE it is opened for reading. */
 enum {
-  SYS_FILE_FLAG_READ = 0x01,
-  SYS_FILE_FLAG_WRITE = 0x02,
+  SYS_FILE_FLAG_READ = 0x01,      /* the file may be read */
+  SYS_FILE_FLAG_WRITE = 0x02,     /* the file may be written */
   SYS_FILE_FLAG_CREATE = 0x10,    /* a missing file is created, with permissions 0644 */
   SYS_FILE_FLAG_TRUNCATE = 0x20,  /* the file is cut to length 0; not together with EXCLUSIVE */
   SYS_FILE_FLAG_APPEND = 0x40,    /* the position starts at the end; it may be moved later */

@@ -25,6 +25,7 @@
 extern "C" {
 #endif
 
+/* What the functions return instead of a handle or a number. */
 enum {
   SYS_SOCKET_ERR_GENERIC = -1,    /* anything that has no code of its own */
   SYS_SOCKET_ERR_WOULDBLOCK = -2, /* EAGAIN; for timed calls, the time passed */
@@ -33,6 +34,7 @@ enum {
   SYS_SOCKET_ERR_INTR = -5        /* a stream receive was interrupted by a signal */
 };
 
+/* An IPv6 address. */
 typedef struct SYS_SOCKET_IP6_ADDR {
   uint8_t bytes[16]; /* network order */
 } SYS_SOCKET_IP6_ADDR;

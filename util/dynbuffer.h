@@ -14,6 +14,7 @@
 extern "C" {
 #endif
 
+/* What the functions return instead of 0. */
 enum {
   DYNBUFFER_ERR_NO_MEMORY = -2, /* the array could not be had */
   DYNBUFFER_ERR_LIMIT = -3      /* an index at or beyond the limit */
@@ -22,6 +23,7 @@ enum {
 /* Takes the text of an error. It lives no longer than the call. */
 typedef void (*DYNBUFFER_ERROR_FUNC)(const char* message);
 
+/* A growing buffer. Between DYNBUFFER_Init and DYNBUFFER_Free its fields are for reading. */
 typedef struct {
   uint8_t* data;    /* the array, owned by the record; null when there is none */
   uint32_t limit;   /* the array never grows to hold this index or one above it */

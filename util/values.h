@@ -84,9 +84,9 @@ const char* UTIL_GetOSName(uint32_t code);
 
 /* A version number, taken apart. */
 typedef struct UTIL_VERSION {
-  char revision[4]; /* "", "a" to "z", then "z01" to "z73" */
-  uint32_t major;
-  uint32_t minor; /* 0 to 99 */
+  char revision[4]; /* l of 6.94l: "", "a" to "z", then "z01" to "z73" */
+  uint32_t major;   /* 6 of 6.94l */
+  uint32_t minor;   /* 0 to 99; 94 of 6.94l */
 } UTIL_VERSION;
 
 /* Takes a version number apart: major * 10000 + minor * 100 + revision, where 0 is no revision, 1 to
