@@ -6,6 +6,7 @@
 #   scripts/setup.sh ci        the same for every check of .ci/run
 #   scripts/setup.sh bench     the same for the benchmarks
 #   scripts/setup.sh coverage  the same for the tests' coverage
+#   scripts/setup.sh docs      the same for the reference
 #   scripts/setup.sh fuzz      the same for the fuzzers (on Debian)
 #   scripts/setup.sh picture   the same for the picture of a session
 #   scripts/setup.sh darwin    what cross-building for macOS takes (on Debian); the compiler goes to
@@ -15,13 +16,13 @@ set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci | bench | coverage | fuzz | picture | darwin) ;;
+    run | test | ci | bench | coverage | docs | fuzz | picture | darwin) ;;
     -h | --help)
         sed -n '/^# SPDX/d;2,/^set /s/^# \{0,1\}//p' "$0"
         exit 0
         ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|fuzz|picture|darwin]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|docs|fuzz|picture|darwin]" >&2
         exit 2
         ;;
 esac
@@ -33,6 +34,7 @@ debian_packages() {
         test) echo "$tests" ;;
         ci) echo "$tests clang clang-format clang-tidy binutils" ;;
         coverage) echo "$tests gcovr" ;;
+        docs) echo doxygen graphviz python3 ;;
         fuzz) echo clang libclang-rt-dev llvm ;;
         picture) echo tmux python3 ;;
         bench)
@@ -54,6 +56,7 @@ brew_formulae() {
         test) echo googletest python3 mandoc ;;
         ci) echo googletest python3 mandoc llvm ;;
         coverage) echo googletest python3 mandoc gcovr ;;
+        docs) echo doxygen graphviz python3 ;;
         picture) echo tmux python3 ;;
     esac
 }
