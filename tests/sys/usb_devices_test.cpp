@@ -47,9 +47,8 @@ TEST(SysComEnumPorts, FindsTheUsbDevicesAmongTheTerminals) {
 }
 
 TEST(SysComEnumPorts, FindsModemsOnUsbToo) {
-  const int status = WithTerminals({"ttyACM0", "ttyUSB0"}, [] {
-    return SYS_COM_EnumPorts(nullptr, 0) == 2 ? 0 : 1;
-  });
+  const int status = WithTerminals({"ttyACM0", "ttyUSB0"},
+                                   [] { return SYS_COM_EnumPorts(nullptr, 0) == 2 ? 0 : 1; });
   if (status == kNotAllowed) GTEST_SKIP() << "a /sys of its own needs root and the right to mount";
   EXPECT_EQ(status, 0);
 }
