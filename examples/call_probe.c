@@ -7,9 +7,9 @@
 #include <stdint.h>
 #include <stdio.h>
 
-#include "probe/mbolt_api.h"
-#include "probe/probelib.h"
-#include "util/util.h"
+#include <tarven/probe/mbolt_api.h>
+#include <tarven/probe/probelib.h>
+#include <tarven/util/util.h>
 
 int main(int argc, char** argv) {
   uint32_t speed = 4000;

@@ -3,8 +3,8 @@
  *   connect HOST PORT LINE */
 #include <stdio.h>
 
-#include "sys/sys.h"
-#include "util/util.h"
+#include <tarven/sys/sys.h>
+#include <tarven/util/util.h>
 
 enum { kPatienceMs = 2000, kSending = 1 };
 

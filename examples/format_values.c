@@ -3,7 +3,7 @@
  *   format_values NUMBER...    decimal, or hexadecimal behind "0x" */
 #include <stdio.h>
 
-#include "util/util.h"
+#include <tarven/util/util.h>
 
 static void Show(uint32_t value) {
   char size[32];

@@ -5,8 +5,8 @@
  *                                           come for so long (115200 baud, 10000 ms) */
 #include <stdio.h>
 
-#include "sys/sys.h"
-#include "util/util.h"
+#include <tarven/sys/sys.h>
+#include <tarven/util/util.h>
 
 enum { kMostPorts = 16 };
 

@@ -7,8 +7,8 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "settings/registry.h"
-#include "util/util.h"
+#include <tarven/settings/registry.h>
+#include <tarven/util/util.h>
 
 static int32_t ReadSetting(SYS_REG_HANDLE key, const char* name) {
   char value[256] = {0};
