@@ -16,6 +16,7 @@ import sys
 import tempfile
 import unittest
 
+sys.dont_write_bytecode = True
 from installed_tree import (NONSENSE_OUTPUT, TREE, documents, files_below, listed, run, run_bare)
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -69,6 +70,11 @@ class InstalledTreeTest(unittest.TestCase):
             content = (self.prefix / name).read_bytes()
             for place in places:
                 self.assertNotIn(place, content, name)
+
+    def test_what_finds_the_libraries_names_no_folder_of_the_system(self):
+        for name in files_below(self.prefix / "lib"):
+            if name.endswith((".cmake", ".pc")):
+                self.assertNotIn("/usr/", (self.prefix / "lib" / name).read_text(), name)
 
     def test_programs_and_module_have_no_search_path_of_their_own(self):
         for name in ("bin/vqxclient", "bin/vqx-terminal-server", "lib/tarven/libtarvenprobe.so"):
@@ -129,8 +135,10 @@ class InstalledTreeTest(unittest.TestCase):
         program = self.build_project("c", f"-DCMAKE_PREFIX_PATH={self.prefix}")
         self.assertEqual(self.run_consumer(program), CONSUMER_OUTPUT)
 
-    def test_program_in_c_needs_no_cpp_run_time_library(self):
-        program = self.build_project("c", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+    def test_program_in_c_is_linked_as_such_in_a_project_with_cpp_too(self):
+        program = self.build_project("c", f"-DCMAKE_PREFIX_PATH={self.prefix}", "-DWITH_CPP=ON")
+        rules = (self.folder / "build" / "build.ninja").read_text()
+        self.assertEqual(re.findall(r"build consumer: (\w+?)_EXECUTABLE_LINKER", rules), ["C"])
         needs = re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "--dynamic", program))
         self.assertEqual(sorted(needs), ["libc.so.6", "libedit.so.2"])
 
@@ -179,6 +187,13 @@ class InstalledTreeTest(unittest.TestCase):
         run(CXX, "-std=c++20", *WARNINGS, HERE / "cpp/main.cpp", "-o", program,
             *self.flags("tarven-settings", "tarven-base", "tarven-probe"))
         self.assertEqual(self.run_consumer(program), CONSUMER_OUTPUT)
+
+    def test_probe_library_needs_no_other(self):
+        source = self.folder / "asks.c"
+        source.write_text("#include <tarven/probe/probelib.h>\n"
+                          "int main(void) { return PROBELIB_Open() != 0; }\n", encoding="utf-8")
+        run(CC, "-std=c11", *WARNINGS, source, "-o", self.folder / "asks", *self.flags("tarven-probe"))
+        self.assertEqual(self.run_consumer(self.folder / "asks"), "")
 
     def test_examples_build_from_where_they_are_installed(self):
         examples = {"call_probe": ("tarven-probe", "tarven-base"), "connect": ("tarven-base",),
