@@ -8,6 +8,8 @@
 #   scripts/setup.sh coverage  the same for the tests' coverage
 #   scripts/setup.sh docs      the same for the reference
 #   scripts/setup.sh fuzz      the same for the fuzzers (on Debian)
+#   scripts/setup.sh lint      Debian's own check of its packages
+#   scripts/setup.sh package   the same for the packages and what checks them
 #   scripts/setup.sh picture   the same for the picture of a session
 #   scripts/setup.sh darwin    what cross-building for macOS takes (on Debian); the compiler goes to
 #                              build/toolchain
@@ -16,13 +18,13 @@ set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci | bench | coverage | docs | fuzz | picture | darwin) ;;
+    run | test | ci | bench | coverage | docs | fuzz | lint | package | picture | darwin) ;;
     -h | --help)
         sed -n '/^# SPDX/d;2,/^set /s/^# \{0,1\}//p' "$0"
         exit 0
         ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|docs|fuzz|picture|darwin]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|docs|fuzz|lint|package|picture|darwin]" >&2
         exit 2
         ;;
 esac
@@ -42,6 +44,8 @@ debian_packages() {
             echo libexpat1-dev libxml2-dev libglib2.0-dev pkg-config netcat-openbsd socat
             echo python3 gnuplot-nox strace binutils
             ;;
+        package) echo binutils dpkg-dev fakeroot file git pkg-config python3 ruby ;;
+        lint) echo lintian ;;
         darwin)
             echo libgtest-dev libgmock-dev python3 llvm lld
             # Where npm is there without its package, another Node.js has brought it.
@@ -57,6 +61,7 @@ brew_formulae() {
         ci) echo googletest python3 mandoc llvm ;;
         coverage) echo googletest python3 mandoc gcovr ;;
         docs) echo doxygen graphviz python3 ;;
+        package) echo pkgconf python3 ;;
         picture) echo tmux python3 ;;
     esac
 }
