@@ -192,6 +192,12 @@ class PackagesTest(unittest.TestCase):
     def test_formula_is_ruby(self):
         self.assertEqual(run("ruby", "-wc", PACKAGES / FORMULA), "Syntax OK\n")
 
+    def test_formula_tests_what_is_installed(self):
+        run("tar", "-xzf", PACKAGES / BINARIES, "-C", self.folder)
+        self.assertEqual(run("ruby", "-w", TREE / "tests/package/run_formula_test.rb", PACKAGES / FORMULA,
+                             self.folder / "vqxclient-0.1.0-linux-x86_64"),
+                         "The formula's test has passed.\n")
+
     def test_formula_takes_the_source_archive(self):
         lines = (PACKAGES / FORMULA).read_text().splitlines()
         value = hashlib.sha256((PACKAGES / SOURCES).read_bytes()).hexdigest()
