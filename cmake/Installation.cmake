@@ -35,7 +35,8 @@ if(TARVEN_BUILD_PROGRAMS)
   # ---- The documents, which refer to each other by these places ----
 
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/vqxclient)
-  install(FILES README.md CHANGELOG.md LICENSE SECURITY.md DESTINATION ${documents} COMPONENT client)
+  install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE SECURITY.md
+    DESTINATION ${documents} COMPONENT client)
   install(DIRECTORY docs DESTINATION ${documents} COMPONENT client
     FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN man EXCLUDE)
 endif()
