@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Single numbers and their bits, beside what a user would write in place of the calls. What is written
 // by hand is in functions of its own, like ours: compared is the work, not the call.
 #include <array>

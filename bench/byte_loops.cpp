@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "bench/byte_loops.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // One byte a turn: what a user would write without a thought of speed. The compiler is told to leave
 // these loops as they are.
 #ifndef TARVEN_BENCH_BYTE_LOOPS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Byte-swapped copies of arrays, beside the plain copy that no swap can beat and the loop that the
 // compiler turns into vectors. In place the limit is a move of the bytes by one line of the cache,
 // which loads and stores as much where it stands.

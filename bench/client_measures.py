@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Measures the client as a whole, beside what else a user could take and beside its own pacing.
 
 usage: client_measures.py BUILD-FOLDER RESULTS.json [SHARE]

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Connecting with a limit of time, beside the plain system calls: to a listener that is there, and
 // to one that comes later.
 #include <netinet/in.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A bound call through an entry point, beside the same call through a pointer that the caller got
 // from dlsym itself.
 #include <dlfcn.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Texts from numbers and strings, beside the formatters that a user would take instead. All print
 // into the same buffer, know its capacity and terminate the text.
 #include <absl/strings/str_format.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Files like those of the settings store, made for the benchmarks.
 #ifndef TARVEN_BENCH_HIVE_FILE_H_
 #define TARVEN_BENCH_HIVE_FILE_H_

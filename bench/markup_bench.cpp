@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Markup documents: loading files like those of the settings store, writing their text, and finding
 // attributes in them.
 #include <expat.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Compares, searches, fills and copies of buffers and strings, beside the C and C++ libraries and
 // beside the loop of one byte a turn. A search finds what it looks for in the last byte.
 #include <strings.h>

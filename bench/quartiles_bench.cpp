@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Quartiles of many samples beside those that std::nth_element selects.
 #include <algorithm>
 #include <cstdint>

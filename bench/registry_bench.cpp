@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The settings store beside libraries that keep settings in memory and in a file as well: reading and
 // setting values of a key of twenty, and the way from a file and back.
 #include <glib.h>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Tells what the benchmarks measured.
 
 usage: report.py rows FOLDER            the table of the programs' rows, as Markdown

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "bench/rows.h"
 
 int main(int argument_count, char** arguments) {

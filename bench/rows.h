@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The rows of the table that scripts/bench.sh prints. A row is one piece of work, done by this
 // project and by its rivals: the libraries that a user would take instead, and the limit that the
 // work itself sets. Every program of this folder defines AddRows and gets its main function here.

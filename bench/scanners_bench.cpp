@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Numbers out of text: the decimal and hexadecimal scanners beside those of the C and C++ libraries.
 // All of them give the value and the place behind the number.
 #include <charconv>

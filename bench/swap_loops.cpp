@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "bench/swap_loops.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The plain loops over arrays, as a compiler that optimises for speed alone turns them into vectors.
 #ifndef TARVEN_BENCH_SWAP_LOOPS_H_
 #define TARVEN_BENCH_SWAP_LOOPS_H_

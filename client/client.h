@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The VQX Client's own names, shared by its sources and its tests and by nobody else. They begin
 // with an underscore, which sets them apart from the layers' UTIL_ and SYS_ names.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Start, banner and shut-down of the VQX Client: the user's terminal onto an embedded target.
 #include "client/client.h"
 #include "sys/clock.h"

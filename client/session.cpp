@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "client/client.h"
 
 #include <algorithm>

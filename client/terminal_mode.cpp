@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The client's one source that speaks to the system itself: the standard streams' descriptors, the
 // modes of the terminal on standard input, and how many bytes wait there.
 #include <fcntl.h>

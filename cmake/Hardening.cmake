@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # tarven_hardened: what makes an overrun in a release build end the program instead of serving an
 # attacker. The tests' builds have sanitizers for that.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # tarven_check_headers(TARGET HEADER...)
 #
 # Compiles every header alone, as C11 and as C++20, with all warnings: building the target is the check.

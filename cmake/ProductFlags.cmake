@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The flags every target shares (tarven_common) and those of the product alone (tarven_product).
 
 set(CMAKE_C_STANDARD 11)

@@ -58,7 +58,8 @@ def lost_words(header, folder):
     name = "_".join(pathlib.Path(header).with_suffix("").parts[-2:]).replace("_", "__")
     pages = [folder / "html" / f"group__{name}.html", *(folder / "html").glob("struct*.html")]
     shown = set("".join(map(page_text, pages)).split())
-    for comment in COMMENT.findall((ROOT / header).read_text(encoding="utf-8")):
+    _, *comments = COMMENT.findall((ROOT / header).read_text(encoding="utf-8"))
+    for comment in comments:
         for word in re.sub(r"^ \*", "", comment, flags=re.MULTILINE).split():
             bare = word.strip(".,;:()\"-")
             if bare and not any(bare in other for other in ({word, bare} & shown or shown)):

@@ -131,7 +131,8 @@ class Header:
 
     def __init__(self, path):
         self.folder, self.name = path.resolve().parent.name, path.stem
-        self.blocks = list(blocks(path.read_text(encoding="utf-8")))
+        # Without the line of the licence and the blank one below it.
+        self.blocks = list(blocks(path.read_text(encoding="utf-8")))[2:]
         self.is_in_part = False
         self.described = None  # the first of the declarations that follow each other directly
 
@@ -193,6 +194,7 @@ class Header:
 
     def shown(self, contents=()):
         """The header for doxygen. The comment on top grows by the three lines of the guard."""
+        yield from ["", ""]
         yield self.group_start(self.blocks[0][1], list(contents))
         if contents:
             yield "/** @} */"

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Calls the probe: opens it, sets its speed, and lets the target run if it stands still.
  *
  *   call_probe [SPEED]

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Resolves a name, connects, sends a line and shows the answer.
  *
  *   connect HOST PORT LINE */

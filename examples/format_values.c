@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Shows what 32 bits may mean: a number, a size, an address, a float.
  *
  *   format_values NUMBER...    decimal, or hexadecimal behind "0x" */

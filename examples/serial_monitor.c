@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Lists the serial ports of USB devices, or watches one of them.
  *
  *   serial_monitor                          lists them

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Reads a setting, or writes one: a number when the value is one, else a string.
  *
  *   settings NAME          reads it

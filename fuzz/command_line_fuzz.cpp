@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The command line: its result, its settings and its output are those that a plain reading of the
 // options gives.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Formatted output: any format with fitting arguments gives what the reference gives, in buffers of
 // every size.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Formatted output once more: slowly, digit by digit, as the directives are described.
 #ifndef TARVEN_FUZZ_FORMAT_REFERENCE_H_
 #define TARVEN_FUZZ_FORMAT_REFERENCE_H_

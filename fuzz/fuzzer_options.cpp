@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How a fuzzer runs: what its sanitizers are told, and for how long.
 
 #include <csignal>

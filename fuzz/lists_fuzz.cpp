@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lists, versions, addresses, sizes and durations: what is read is what the reference reads, what is
 // written in any buffer is the start of the whole text.
 //

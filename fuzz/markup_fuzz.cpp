@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Markup documents: what is read is the reference's tree, and so is what is written and read again;
 // buffers may be too small for the text; and no allocation that fails brings anything down.
 //

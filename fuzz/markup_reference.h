@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The reader of markup documents once more, by descent into one level after the other.
 #ifndef TARVEN_FUZZ_MARKUP_REFERENCE_H_
 #define TARVEN_FUZZ_MARKUP_REFERENCE_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Paths and names as texts: split, put together, joined and cleaned as plain string operations do it.
 //
 // Input: the byte of AllocationChoice, two bytes for a capacity, a byte whose lowest bit says whether

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The session against a server that the input plays: all that is printed is what a plain telling of
 // the conversation says, without the CR of a CR LF, and no more is received than the buffer holds.
 //

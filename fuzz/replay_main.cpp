@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs a fuzz target over every file of a folder: where no fuzzer is at hand, what it found before
 // stays found.
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The scanners once more: plain loops over a copy of the text, by their descriptions.
 #ifndef TARVEN_FUZZ_SCANNER_REFERENCE_H_
 #define TARVEN_FUZZ_SCANNER_REFERENCE_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The scanners of util/parse.h, and what util/strings.h does with whole texts: results, stored texts
 // and cursors are those of the reference, and no cursor passes the end.
 //

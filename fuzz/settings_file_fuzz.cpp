@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The settings store on any file: what is asked for is what a plain reading of the file holds, before
 // and after the store has written the file itself; a file that cannot be read gives an empty store.
 //

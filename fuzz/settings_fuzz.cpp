@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The settings store against its model: an input is a program of calls. With an allocation that fails
 // the program runs without the model.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The forwarders behind mbolt_api.h. Each has a slot that holds where its calls go: at first to the
 // slot's binder, which finds the library's function and puts that into the slot. A bound call is
 // therefore the load of the slot and a jump, with the arguments left where they are.

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* The programming interface of the debug probe, 631 functions.
  *
  * Every function forwards to the function of the same name in the probe's shared library. The first

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the number of arguments stands for in code made from entry_points.def: PARAMETERS_2 is the
 // list of a function's two parameters, ARGUMENTS_2 passes them on.
 #ifndef TARVEN_PROBE_PARAMETERS_H_

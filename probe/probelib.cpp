@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "probe/probelib.h"
 
 #include <dlfcn.h>

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* The probe's shared library, opened at run time.
  *
  * The probe's programming interface (mbolt_api.h) needs no library at link time. When it is first

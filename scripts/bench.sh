@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds the benchmarks, optimised as for release, runs them and prints a Markdown table of ratios:
 # this project's time over that of each rival, from the medians of many short repetitions in a
 # random order.

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Configures and builds one preset, quietly unless something fails.
 #
 #   scripts/build.sh PRESET [CMAKE-OPTION...]   e.g. scripts/build.sh release

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Checks that every folder includes only what it may.
 
 usage: check_layers.py [ROOT]

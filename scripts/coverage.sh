@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Runs all tests with coverage counters and tells how many lines and branches they reach; fails below
 # 98 % of the lines and 90 % of the branches of client, probe, settings and util, 95 % and 85 % of sys.
 #

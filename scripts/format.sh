@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Formats every C and C++ file that git knows; with --check changes nothing and fails on differences.
 set -eu
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the fuzzers and lets them search, as many at once as there are processors.
 #
 #   scripts/fuzz.sh [SECONDS [TARGET...]]     all targets for 60 seconds of processor time each, unless

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes probe/mbolt_api.h, the declarations of the probe's programming interface, from
 probe/entry_points.def.
 
@@ -18,6 +19,8 @@ HEADER = ROOT / "probe" / "mbolt_api.h"
 LINE = re.compile(r"ENTRY_POINT\((\w+), (\d)\)|// (MBOLT\w*_): (.+)|(//.*)?")
 
 HEAD = """\
+/* SPDX-License-Identifier: MIT */
+
 /* The programming interface of the debug probe, {count} functions.
  *
  * Every function forwards to the function of the same name in the probe's shared library. The first

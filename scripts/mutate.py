@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Breaks the code in small ways, one at a time, and counts how many the tests notice.
 
 usage: mutate.py [--count N] [--seed N] [--least PERCENT] [FOLDER...]

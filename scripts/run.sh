@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds the client and starts it in this terminal. Ctrl-] quits.
 #
 #   scripts/run.sh                   on a demo server with a simulated target; "help" lists its commands

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Installs what is missing on this machine, and nothing that is there already.
 #
 #   scripts/setup.sh           what building and running the client takes

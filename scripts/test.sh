@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds everything with sanitizers and runs all tests.
 #
 #   scripts/test.sh [CTEST-OPTION...]   e.g. scripts/test.sh -R SysSocket

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* The settings store: keys with typed values, after the registry of another platform, in files of
  * the user's.
  *

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Markup documents: trees of elements with attributes, in a restricted, XML-like text.
  *
  * The format of the settings files. There is no text between tags, there are no entities and there

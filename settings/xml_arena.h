@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The memory of a document: blocks from which records and strings are carved.
 #ifndef TARVEN_SETTINGS_XML_ARENA_H_
 #define TARVEN_SETTINGS_XML_ARENA_H_

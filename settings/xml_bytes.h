@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Searching and copying, sixteen bytes at a time.
 //
 // The vectors are the compilers' own, which GCC and Clang have for every processor. The functions go

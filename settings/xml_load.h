@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Loading a document, for the store: what stands in the way matters to whoever would replace the file.
 #ifndef TARVEN_SETTINGS_XML_LOAD_H_
 #define TARVEN_SETTINGS_XML_LOAD_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the double quotes of a text are: a bit for each byte. With it a reader finds the ends of
 // values without looking at them, and the next without waiting for the last.
 #ifndef TARVEN_SETTINGS_XML_MARKS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Eight bytes at a time, with what every processor has.
 #include <bit>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // With the instruction that gathers the highest bits of sixteen bytes, which every x86-64 has.
 #include <emmintrin.h>
 

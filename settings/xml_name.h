@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What names consist of and when two are the same.
 #ifndef TARVEN_SETTINGS_XML_NAME_H_
 #define TARVEN_SETTINGS_XML_NAME_H_

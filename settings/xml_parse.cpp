@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading a document: one pass over the text, and one copy of each name and value.
 #include <algorithm>
 #include <bit>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The records of a document, made in its arena. All of them give null without memory.
 #ifndef TARVEN_SETTINGS_XML_RECORD_H_
 #define TARVEN_SETTINGS_XML_RECORD_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing a document.
 #include <algorithm>
 #include <atomic>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // From the system's seconds to a calendar time.
 #ifndef TARVEN_SYS_CALENDAR_H_
 #define TARVEN_SYS_CALENDAR_H_

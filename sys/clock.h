@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Time: tick counts, the calendar, the compiler's build stamp, and sleeping.
  *
  * Tick counts run on a monotonic counter, so nobody setting the clock disturbs them. They are small

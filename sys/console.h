@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Console: keys and lines from standard input, bytes to standard output.
  *
  * The functions keep a flag of their own and share the state of stdio, editline and the terminal,

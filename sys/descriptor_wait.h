@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Waiting for one descriptor with select(2), whatever its number.
 //
 // fd_set ends at descriptor 1023 and is written behind its end by anything larger. These waits size

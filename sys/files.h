@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Files: opening, reading, writing, position and size, time stamps, views mapped into memory.
  *
  * A handle is the system's descriptor as a signed 32-bit number; -1 means no file. Every file is

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How the fields of a SYS_SOCKET_INTERFACE are made that are more than a copy.
 #ifndef TARVEN_SYS_INTERFACE_RECORD_H_
 #define TARVEN_SYS_INTERFACE_RECORD_H_

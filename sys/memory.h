@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Memory: the allocation pair that every module uses, and two process-wide odds and ends.
  *
  * The functions print nothing. Allocation and release may run on any number of threads at once. */

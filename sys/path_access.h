@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What paths lead to, for the families that stand on paths.
 #ifndef TARVEN_SYS_PATH_ACCESS_H_
 #define TARVEN_SYS_PATH_ACCESS_H_

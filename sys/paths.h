@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Paths: splitting and joining, folders, and the places of the program and of its files.
  *
  * Paths are bytes with "/" between their parts. They are meant to have at most 511 characters; a

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Process and host: idle sleep, random bytes, starting programs, what the machine is, the log.
  *
  * The functions print nothing. The two of idle sleep share a flag without a lock and are for the

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Serial ports: finding the USB ones, and raw access to one of them.
  *
  * A port is named by its device file without the "/dev/" in front: "cu.usbmodem1" on macOS,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The system's address records, from and to the forms that the socket functions take.
 #ifndef TARVEN_SYS_SOCKET_ADDRESS_H_
 #define TARVEN_SYS_SOCKET_ADDRESS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Options and modes that more than one socket source sets. All give the system's result, 0 or -1.
 #ifndef TARVEN_SYS_SOCKET_OPTION_H_
 #define TARVEN_SYS_SOCKET_OPTION_H_

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Socket services: listening, options and modes, names and addresses, interfaces, datagrams.
  *
  * Handles, addresses, result codes, null and threads are as sockets.h says at its head. */

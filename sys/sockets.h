@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Stream sockets: create, connect, wait, send, receive, close; and the creation of datagram
  * sockets.
  *

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a mutex and an event are made of. Callers of the layer see their addresses alone.
 #ifndef TARVEN_SYS_THREAD_OBJECTS_H_
 #define TARVEN_SYS_THREAD_OBJECTS_H_

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Threads, mutexes and events.
  *
  * Mutexes and events live in two tables of 64 slots and are handed out as the addresses of their

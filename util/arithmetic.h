@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Whole-number arithmetic: division, differences, common divisors and ranges of addresses.
  *
  * The functions keep no state and may run on any number of threads at once. */

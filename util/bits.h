@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Bits: reversal, streams of bit fields, runs of bits, counting and searching.
  *
  * In a stream bit n is bit n mod 8, counted from the least significant one, of byte n / 8. Streams

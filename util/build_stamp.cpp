@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The one source that holds a time stamp: all others compile to the same bytes at any time.
 #include "util/build_stamp.h"
 

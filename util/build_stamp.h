@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* When this program was built, as the compiler stamps it (C11, 6.10.8.1).
  *
  * The texts are constant, in English whatever the locale, and follow SOURCE_DATE_EPOCH where the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Searches that look at 16 bytes a step, on any processor. They load the bytes that they are given and
 // no others.
 #ifndef TARVEN_UTIL_BYTE_BLOCKS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Loads and stores in a named byte order, for any address, where a call for each would cost too much.
 #ifndef TARVEN_UTIL_BYTE_ORDER_H_
 #define TARVEN_UTIL_BYTE_ORDER_H_

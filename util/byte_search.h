@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Searches of buffers in the widest steps that the processor has.
 #ifndef TARVEN_UTIL_BYTE_SEARCH_H_
 #define TARVEN_UTIL_BYTE_SEARCH_H_

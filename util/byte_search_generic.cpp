@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // For processors whose every model has vectors of 16 bytes, and none has wider ones.
 #include "util/byte_blocks.h"
 #include "util/byte_search.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // For x86-64, whose younger models look at 32 bytes a step.
 #include <immintrin.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Byte reversal of whole runs of an array with the processor's byte shuffle.
 #ifndef TARVEN_UTIL_BYTE_SWAP_H_
 #define TARVEN_UTIL_BYTE_SWAP_H_

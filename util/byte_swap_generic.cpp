@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // For processors whose every model shuffles 16 bytes.
 #include <cstring>
 #include <utility>

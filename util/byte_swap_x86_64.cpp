@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // For x86-64. The first of these processors have no byte shuffle and the younger ones one of 32 bytes,
 // so the processor is asked.
 #include <immintrin.h>

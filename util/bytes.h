@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Bytes: loads, stores and swaps in a named byte order, and integers of variable length.
  *
  * Big-endian (BE) means that the most significant byte comes first, little-endian (LE) that the

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Days between calendar dates that are written as decimal numbers. */
 #ifndef TARVEN_UTIL_CALENDAR_DAYS_H_
 #define TARVEN_UTIL_CALENDAR_DAYS_H_

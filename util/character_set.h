@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sets of characters, tested with one shift.
 #ifndef TARVEN_UTIL_CHARACTER_SET_H_
 #define TARVEN_UTIL_CHARACTER_SET_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Up to eight characters in a word, the first one in the lowest byte.
 #ifndef TARVEN_UTIL_CHARACTER_WORD_H_
 #define TARVEN_UTIL_CHARACTER_WORD_H_

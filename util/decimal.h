@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Decimal digits of whole numbers.
 #ifndef TARVEN_UTIL_DECIMAL_H_
 #define TARVEN_UTIL_DECIMAL_H_

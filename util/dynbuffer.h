@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* A byte array that grows on demand, up to a limit.
  *
  * The functions print nothing: a failure is told by the result and, where there is a callback, by a

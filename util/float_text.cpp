@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/float_text.h"
 
 #include <algorithm>

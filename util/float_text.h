@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Floating-point values as text, from their bits. */
 #ifndef TARVEN_UTIL_FLOAT_TEXT_H_
 #define TARVEN_UTIL_FLOAT_TEXT_H_

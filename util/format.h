@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Bounded formatted output.
  *
  * A small engine of the library's own: it allocates nothing, follows no locale, never stores

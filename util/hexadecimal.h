@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Hexadecimal digits of whole numbers.
 #ifndef TARVEN_UTIL_HEXADECIMAL_H_
 #define TARVEN_UTIL_HEXADECIMAL_H_

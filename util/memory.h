@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Blocks of memory: comparison, search, reversal, and copies of records between layouts.
  *
  * Buffers need no alignment; a comparison loads no more than count bytes of each. The functions

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Text parsing: numbers, words, list items and tokens out of text held in memory.
  *
  * Cursor.  The address of a pointer into a zero-terminated text. A scanner skips blanks, reads, and

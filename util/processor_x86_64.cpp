@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/processor_x86_64.h"
 
 #include <cpuid.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the x86-64 that this runs on can do beyond the first of its kind.
 #ifndef TARVEN_UTIL_PROCESSOR_X86_64_H_
 #define TARVEN_UTIL_PROCESSOR_X86_64_H_

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Quartiles of a set of samples, estimated by counting. */
 #ifndef TARVEN_UTIL_QUARTILES_H_
 #define TARVEN_UTIL_QUARTILES_H_

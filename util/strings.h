@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* String helpers: trimming, case, bounded comparison, search, appending, replacing, and questions
  * about characters and texts.
  *

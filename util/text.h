@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Core strings: bounded copy, comparison without regard to case, length.
  *
  * Strings are zero-terminated bytes. Case folding is 7-bit ASCII alone, "A" to "Z"; no locale is

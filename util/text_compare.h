@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The comparison that the string families share.
 #ifndef TARVEN_UTIL_TEXT_COMPARE_H_
 #define TARVEN_UTIL_TEXT_COMPARE_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // From double precision back to whole numbers.
 #ifndef TARVEN_UTIL_TRUNCATION_H_
 #define TARVEN_UTIL_TRUNCATION_H_

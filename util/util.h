@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* The utility library: one header per family, all of them here. */
 #ifndef TARVEN_UTIL_UTIL_H_
 #define TARVEN_UTIL_UTIL_H_

@@ -1,3 +1,5 @@
+/* SPDX-License-Identifier: MIT */
+
 /* Value formatting: machine values as the short texts that people read.
  *
  * Buffers.  A size counts the terminating zero. Every text is cut to its buffer and terminated; a

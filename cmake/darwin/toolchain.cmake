@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Cross-builds for macOS on x86-64 with Zig's Clang, without Apple's SDK: system headers and libSystem
 # come with Zig, IOKit, CoreFoundation and editline from the stubs in sdk/. docs/macos.md tells more.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Which allocation is to fail, as one byte of an input says.
 #ifndef TARVEN_FUZZ_SUPPORT_ALLOCATION_CHOICE_H_
 #define TARVEN_FUZZ_SUPPORT_ALLOCATION_CHOICE_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The bytes of an input, taken apart from the front.
 #ifndef TARVEN_FUZZ_SUPPORT_BYTE_SOURCE_H_
 #define TARVEN_FUZZ_SUPPORT_BYTE_SOURCE_H_

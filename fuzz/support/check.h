@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a fuzz target states about the code under test.
 #ifndef TARVEN_FUZZ_SUPPORT_CHECK_H_
 #define TARVEN_FUZZ_SUPPORT_CHECK_H_

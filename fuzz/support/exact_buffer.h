@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Memory of exactly the size asked for, so that the sanitizers see every access outside it.
 #ifndef TARVEN_FUZZ_SUPPORT_EXACT_BUFFER_H_
 #define TARVEN_FUZZ_SUPPORT_EXACT_BUFFER_H_

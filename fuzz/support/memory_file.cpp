@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "fuzz/support/memory_file.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // One file in memory, which every path opens.
 #ifndef TARVEN_FUZZ_SUPPORT_MEMORY_FILE_H_
 #define TARVEN_FUZZ_SUPPORT_MEMORY_FILE_H_

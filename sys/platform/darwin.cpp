@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What platform.h asks for, on macOS; IOKit's functions stand in darwin_iokit.cpp.
 #include <IOKit/serial/ioss.h>
 #include <fcntl.h>

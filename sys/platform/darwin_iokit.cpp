@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The part of platform.h that macOS answers through IOKit.
 #include <CoreFoundation/CoreFoundation.h>
 #include <IOKit/IOKitLib.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What platform.h asks for, on Linux.
 #include <dirent.h>
 #include <spawn.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The speed of serial devices on Linux. It stands alone because any speed but the usual ones takes
 // the kernel's own record of a terminal's settings, which the C library's <termios.h> declares
 // under the same names.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What differs between systems, and nothing else. A new system defines all of it in one or two
 // sources of its own beside linux.cpp and darwin.cpp, which sys/CMakeLists.txt chooses between;
 // everything else in the tree is the same on all of them.

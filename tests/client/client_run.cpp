@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/client/client_run.h"
 
 #include <fcntl.h>

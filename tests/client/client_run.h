@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The real client in a process of its own, and the server it talks to, played by the test.
 #ifndef TARVEN_TESTS_CLIENT_CLIENT_RUN_H_
 #define TARVEN_TESTS_CLIENT_CLIENT_RUN_H_

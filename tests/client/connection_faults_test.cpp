@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the client makes of servers and networks that misbehave. The long ones take the length that
 // CLIENT_SOAK gives, "full" or nothing.
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the client does over time and to its surroundings; transcript_test.cpp has what it prints.
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The session with its socket's send in the test's hands: what a full or failing connection does.
 //
 // The program is linked with --wrap=SYS_SOCKET_Send, so that the session's sends come here first.

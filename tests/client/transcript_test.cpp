@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whole byte streams of the client against scripted servers: each file of transcripts/ is one run.
 //
 // A file holds comment lines, one step a line, and behind the line "output" all that the client has

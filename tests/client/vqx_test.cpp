@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The vqx script on a real terminal, under each shell it is meant for.
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the macOS half takes for granted of the system it was never run on: sizes, offsets and
 // values, as the system's headers have them on x86-64. Compiled with every cross build and never
 // run.

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Looks into a cross-built program with LLVM's tools, since no machine here can run it.
 
 usage: inspect.py CHECK PROGRAM [LIST [ENTRY_POINTS]]

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Links the program's objects once more, with LLVM's own Mach-O linker as a second opinion.
 
 usage: link_again.py SDK_FOLDER SYSTEM_STUBS_FOLDER OUTPUT OBJECT...

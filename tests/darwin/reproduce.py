@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Builds the program twice with one SOURCE_DATE_EPOCH and compares the two, byte by byte.
 
 usage: reproduce.py CMAKE SOURCE_FOLDER WORK_FOLDER

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program that calls the probe, with the stand-in library beside it. What that library returns
 // is the 64-bit FNV-1a hash of a function's name:
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The example that a test is about.
 #ifndef TARVEN_TESTS_EXAMPLES_EXAMPLE_RUN_H_
 #define TARVEN_TESTS_EXAMPLES_EXAMPLE_RUN_H_

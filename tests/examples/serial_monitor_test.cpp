@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The monitor of serial ports, with a pseudo-terminal as the port.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Compares the names a static library defines with the list kept beside this script.
 
 usage: check_exports.py NM LIBRARY LIST...

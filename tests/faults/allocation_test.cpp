@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Memory that runs out: in every operation that takes some, each allocation fails in turn, once and
 // from then on, until the operation no longer needs the one that would fail.
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Every call of the system that the system layer and the probe binding make fails once, in each of the
 // ways that faulty_calls.def lists: the operation ends with the result that its header tells, leaves no
 // descriptor open and, where the result is the system's own, leaves errno to the caller.

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 """Checks that the fault tests know every function of the system that the product calls.
 
 usage: check_lists.py NM FAULTY_CALLS_DEF CALLS_LEFT_OUT ROOT OBJECT...

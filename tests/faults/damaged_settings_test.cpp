@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Settings files that something has damaged: every truncation and every flipped bit of one of 4 KiB.
 #include <cstdint>
 #include <string>

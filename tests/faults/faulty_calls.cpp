@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/faults/faulty_calls.h"
 
 #include <dirent.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Calls of the system that fail when a test wants them to.
 #ifndef TARVEN_TESTS_FAULTS_FAULTY_CALLS_H_
 #define TARVEN_TESTS_FAULTS_FAULTY_CALLS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Which descriptors a program that is started gets along: of one of each kind that the system layer
 // and the probe binding open.
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program that the inheritance test starts: its standard output gets the numbers of the
 // descriptors that are open in it.
 #include <cstdio>

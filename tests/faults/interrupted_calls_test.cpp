@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Signals that arrive while an operation waits: it ends as its header says and never hangs. What the
 // other suites interrupt (receiving, the serial read, console output, the timed connect) is not here.
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The settings store when the system refuses: every call that loading, changing and writing a file
 // makes fails in turn, once and from then on.
 #include <set>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A settings store whose file is in the hands of a fault test.
 #ifndef TARVEN_TESTS_FAULTS_SETTINGS_FIXTURE_H_
 #define TARVEN_TESTS_FAULTS_SETTINGS_FIXTURE_H_

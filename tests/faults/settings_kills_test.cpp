@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A process that is killed while it writes its settings.
 #include <signal.h>
 #include <sys/wait.h>

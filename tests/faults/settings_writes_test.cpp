@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A settings file whose write ends early: the system takes a part, or the process ends in the middle.
 //
 // The write comes to __wrap_write. The text reaches the file with one write, in place of the old one:

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Holds the public headers against lists of what they have to declare.
 
 usage: check_prototypes.py ROOT LIST...

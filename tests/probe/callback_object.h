@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a caller hands to the library that calls back (calling_library.cpp).
 #ifndef TARVEN_TESTS_PROBE_CALLBACK_OBJECT_H_
 #define TARVEN_TESTS_PROBE_CALLBACK_OBJECT_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A probe library with one function that is worth calling: it calls back and writes where it is told.
 #include <cstdint>
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A probe library without any function of the probe, which tells when it is closed.
 #include <cstdio>
 

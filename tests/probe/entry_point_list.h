@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The entry points as a table, with what the tests pass to them and the stand-in library returns.
 #ifndef TARVEN_TESTS_PROBE_ENTRY_POINT_LIST_H_
 #define TARVEN_TESTS_PROBE_ENTRY_POINT_LIST_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the entry points do with a call. Every test runs a program of its own (probe_caller.cpp), with
 // the library beside it.
 #include <gtest/gtest.h>

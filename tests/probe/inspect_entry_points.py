@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Looks into a built program or module: does it export the probe's entry points, and do they cost
 what they should?
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The places in the installation folder, which are the same for every process: nothing else runs
 // beside this test, and it keeps its hands off a folder that is there already.
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "probe/parameters.h"
 
 #include <gtest/gtest.h>

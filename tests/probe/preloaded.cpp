@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Code that is loaded into a program which offers the entry points: it calls two and ends the process.
 #include <unistd.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A program that calls the probe. Its arguments are commands, carried out in order; each prints one
 // line of its own to standard output, after what the called function printed.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/probe/probe_run.h"
 
 namespace probe_test {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A program that calls the probe, put into a folder of its own with libraries around it.
 #ifndef TARVEN_TESTS_PROBE_PROBE_RUN_H_
 #define TARVEN_TESTS_PROBE_PROBE_RUN_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The search when the system does not tell where the module or the executable is.
 #include <dlfcn.h>
 #include <gtest/gtest.h>

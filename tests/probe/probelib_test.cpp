@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the probe's library is looked for, and what happens when it is nowhere. Every test runs a
 // program of its own (probe_caller.cpp); the path of the program as a module is the name it is
 // started under, so the tests choose that freely.

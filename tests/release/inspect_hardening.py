@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Looks into an ELF program or module of a release build: is it hardened?
 
 usage: inspect_hardening.py READELF FILE...

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Tests of scripts/check_layers.py, on small trees of their own."""
 
 import contextlib

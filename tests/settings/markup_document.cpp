@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/settings/markup_document.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Documents in tests: made from a text, shown as one line, written.
 #ifndef TARVEN_TESTS_SETTINGS_MARKUP_DOCUMENT_H_
 #define TARVEN_TESTS_SETTINGS_MARKUP_DOCUMENT_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Files: when they are read and written, and what becomes of those that cannot be.
 #include <fcntl.h>
 #include <gmock/gmock.h>

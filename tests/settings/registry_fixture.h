@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A settings store with a home of its own.
 #ifndef TARVEN_TESTS_SETTINGS_REGISTRY_FIXTURE_H_
 #define TARVEN_TESTS_SETTINGS_REGISTRY_FIXTURE_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Keys: opening, closing, and how their paths are read.
 #include <gmock/gmock.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the settings store holds, told plainly: the values of its keys, and what each call gives.
 #ifndef TARVEN_TESTS_SETTINGS_REGISTRY_MODEL_H_
 #define TARVEN_TESTS_SETTINGS_REGISTRY_MODEL_H_

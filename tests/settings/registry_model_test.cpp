@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The store against a model of it: the same random operations on both, with flushes in between.
 #include <map>
 #include <random>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Values: setting, reading, deleting, and how their names are read.
 #include <gmock/gmock.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Making documents and changing them.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Files that XML_LoadFile reads. xml_parse_test.cpp tells what their texts load as.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Going through documents, finding and reading.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What every way of marking quotes must do.
 #ifndef TARVEN_TESTS_SETTINGS_XML_MARKS_CHECKS_H_
 #define TARVEN_TESTS_SETTINGS_XML_MARKS_CHECKS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The source for all other processors, which runs on this one too.
 #include "settings/xml_marks_generic.cpp"
 

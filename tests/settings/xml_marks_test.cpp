@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // As the product has it on this processor.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The parser against a plain one that goes byte by byte: the same random texts for both.
 #include <gtest/gtest.h>
 

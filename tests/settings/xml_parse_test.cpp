@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What texts load as. xml_file_test.cpp reads files.
 #include <gtest/gtest.h>
 

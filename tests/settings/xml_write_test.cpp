@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The text of documents, and round trips.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/child_process.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Programs and functions that run in a process of their own.
 #ifndef TARVEN_TESTS_SUPPORT_CHILD_PROCESS_H_
 #define TARVEN_TESTS_SUPPORT_CHILD_PROCESS_H_

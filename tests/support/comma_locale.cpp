@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/comma_locale.h"
 
 #include <clocale>

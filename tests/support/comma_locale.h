@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A locale whose numbers have a decimal comma.
 #ifndef TARVEN_TESTS_SUPPORT_COMMA_LOCALE_H_
 #define TARVEN_TESTS_SUPPORT_COMMA_LOCALE_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/failing_allocation.h"
 
 #include <atomic>

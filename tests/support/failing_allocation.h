@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Allocations that fail when a test wants them to.
 #ifndef TARVEN_TESTS_SUPPORT_FAILING_ALLOCATION_H_
 #define TARVEN_TESTS_SUPPORT_FAILING_ALLOCATION_H_

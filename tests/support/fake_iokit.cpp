@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/fake_iokit.h"
 
 #include <CoreFoundation/CoreFoundation.h>

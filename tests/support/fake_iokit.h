@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An IOKit and Core Foundation of the tests' own, behind the declarations of cmake/darwin/sdk: they
 // hand out what a test puts in and count every reference.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/guarded_buffer.h"
 
 #include <gtest/gtest.h>

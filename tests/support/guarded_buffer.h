@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Buffers and strings that catch every access outside themselves.
 #ifndef TARVEN_TESTS_SUPPORT_GUARDED_BUFFER_H_
 #define TARVEN_TESTS_SUPPORT_GUARDED_BUFFER_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Bytes before a forbidden page.
 #ifndef TARVEN_TESTS_SUPPORT_GUARDED_BYTES_H_
 #define TARVEN_TESTS_SUPPORT_GUARDED_BYTES_H_

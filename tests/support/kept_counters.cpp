@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // In a coverage build, part of every program: a process that ends by _exit, or by the signal tests end
 // their programs with, writes down what it has counted, as one that returns from main does.
 #include <csignal>

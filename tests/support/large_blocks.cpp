@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/large_blocks.h"
 
 #include <sanitizer/asan_interface.h>

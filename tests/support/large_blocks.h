@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Large blocks of memory, kept from run to run.
 #ifndef TARVEN_TESTS_SUPPORT_LARGE_BLOCKS_H_
 #define TARVEN_TESTS_SUPPORT_LARGE_BLOCKS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/line_speed.h"
 
 #include <asm/termbits.h>

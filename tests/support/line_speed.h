@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The speed of a terminal line, whatever it is.
 #ifndef TARVEN_TESTS_SUPPORT_LINE_SPEED_H_
 #define TARVEN_TESTS_SUPPORT_LINE_SPEED_H_

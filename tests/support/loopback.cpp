@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/loopback.h"
 
 #include <fcntl.h>

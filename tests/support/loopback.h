@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Peers on this machine for tests of sockets, on plain system calls: nothing of the code under
 // test.
 //

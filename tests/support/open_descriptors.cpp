@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/open_descriptors.h"
 
 #include <dirent.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Which descriptors this process has open.
 #ifndef TARVEN_TESTS_SUPPORT_OPEN_DESCRIPTORS_H_
 #define TARVEN_TESTS_SUPPORT_OPEN_DESCRIPTORS_H_

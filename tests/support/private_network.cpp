@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/private_network.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A network of a test's own, so that its settings can be changed without anybody else noticing.
 #ifndef TARVEN_TESTS_SUPPORT_PRIVATE_NETWORK_H_
 #define TARVEN_TESTS_SUPPORT_PRIVATE_NETWORK_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Programs that run to their end.
 #ifndef TARVEN_TESTS_SUPPORT_PROGRAM_RUN_H_
 #define TARVEN_TESTS_SUPPORT_PROGRAM_RUN_H_

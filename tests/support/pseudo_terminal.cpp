@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/pseudo_terminal.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A real terminal, seen from both sides.
 #ifndef TARVEN_TESTS_SUPPORT_PSEUDO_TERMINAL_H_
 #define TARVEN_TESTS_SUPPORT_PSEUDO_TERMINAL_H_

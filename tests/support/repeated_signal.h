@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Signals that interrupt whatever waits.
 #ifndef TARVEN_TESTS_SUPPORT_REPEATED_SIGNAL_H_
 #define TARVEN_TESTS_SUPPORT_REPEATED_SIGNAL_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/replaced_descriptor.h"
 
 #include <fcntl.h>

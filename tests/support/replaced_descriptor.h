@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Something else in the place of a standard stream for a while.
 #ifndef TARVEN_TESTS_SUPPORT_REPLACED_DESCRIPTOR_H_
 #define TARVEN_TESTS_SUPPORT_REPLACED_DESCRIPTOR_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the sanitizers of a test program are told, however the program is started.
 
 extern "C" {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a test asks the system about a socket, and keeps of it.
 #ifndef TARVEN_TESTS_SUPPORT_SOCKET_STATE_H_
 #define TARVEN_TESTS_SUPPORT_SOCKET_STATE_H_

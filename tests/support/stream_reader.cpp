@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/support/stream_reader.h"
 
 #include <poll.h>

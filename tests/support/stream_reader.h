@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Collects what arrives on a descriptor.
 #ifndef TARVEN_TESTS_SUPPORT_STREAM_READER_H_
 #define TARVEN_TESTS_SUPPORT_STREAM_READER_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A folder of a test's own.
 #ifndef TARVEN_TESTS_SUPPORT_TEMPORARY_FOLDER_H_
 #define TARVEN_TESTS_SUPPORT_TEMPORARY_FOLDER_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A home directory of a test's own.
 #ifndef TARVEN_TESTS_SUPPORT_TEMPORARY_HOME_H_
 #define TARVEN_TESTS_SUPPORT_TEMPORARY_HOME_H_

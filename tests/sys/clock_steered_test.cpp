@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs sys/clock.cpp on a counter, a clock and a sleep that the test steers: the linker puts the
 // functions named __wrap_ below in place of the system's.
 #include <gtest/gtest.h>

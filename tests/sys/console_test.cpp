@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "sys/console.h"
 
 #include <editline/readline.h>

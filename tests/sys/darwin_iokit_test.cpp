@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The macOS half of serial enumeration and idle sleep, run here against an IOKit that counts
 // references.
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "sys/descriptor_wait.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Views of files in memory.
 #include <fcntl.h>
 #include <gtest/gtest.h>

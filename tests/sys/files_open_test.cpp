@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Opening: the flags, the further attempts, the home directory and the missing folders.
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Handles that are open, and files by name. files_open_test.cpp opens, files_map_test.cpp maps.
 #include "sys/files.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Folders: whether they are there, and making them.
 #include <fcntl.h>
 #include <gtest/gtest.h>

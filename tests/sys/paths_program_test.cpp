@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the program and its module lie, and where their temporary files may.
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Paths as text. paths_folders_test.cpp makes folders, paths_program_test.cpp finds the program.
 #include "sys/paths.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the platform's functions promise that the layer's own functions do not show.
 #include "sys/platform/platform.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "sys/process.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program that the process tests start: writes down how it was started.
 //
 // The file's name stands in the environment. The file appears there complete, with its last line.

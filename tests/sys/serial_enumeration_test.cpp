@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The list of serial ports, made of device paths that the tests feed in the platform's place.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The steps of opening a port and every single mode of it, seen from the system's side: the calls
 // come here instead, so that a device without any modes can have all of them.
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Serial ports over real terminals: the device side of a pseudo-terminal is the port, its
 // controller side what is connected to the port. macOS has its speed request answered by serial
 // drivers alone, so there these ports do not open.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Names and interfaces of sys/socket_services.cpp.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "sys/socket_services.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The timed connect of sys/sockets.cpp.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

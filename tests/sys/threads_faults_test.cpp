@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs sys/threads.cpp on a system whose calls fail, and whose clock runs, as the test plans: the
 // linker puts the functions named __wrap_ below in place of the system's.
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The USB serial devices that Linux has, on a /sys of the test's own.
 #include <gtest/gtest.h>
 #include <sched.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/tools/server_run.h"
 
 #include <arpa/inet.h>

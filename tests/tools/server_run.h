@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The real terminal server in a process of its own, and plain connections to it.
 #ifndef TARVEN_TESTS_TOOLS_SERVER_RUN_H_
 #define TARVEN_TESTS_TOOLS_SERVER_RUN_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/terminal_server/target.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The terminal server as a whole: its command line, its sockets and its end. What the target behind
 // it prints is target_test.cpp's.
 #include <arpa/inet.h>

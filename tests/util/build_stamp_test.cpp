@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/build_stamp.h"
 
 #include <gmock/gmock.h>

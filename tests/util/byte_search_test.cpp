@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/byte_search.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What every way of swapping runs must do.
 #ifndef TARVEN_TESTS_UTIL_BYTE_SWAP_CHECKS_H_
 #define TARVEN_TESTS_UTIL_BYTE_SWAP_CHECKS_H_

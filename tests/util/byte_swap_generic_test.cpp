@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The source for all other processors, which runs on this one too.
 #include "util/byte_swap_generic.cpp"
 

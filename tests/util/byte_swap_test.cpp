@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/byte_swap.h"
 
 #include <gtest/gtest.h>

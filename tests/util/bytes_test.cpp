@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/bytes.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/calendar_days.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/character_word.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Compares UTIL_FormatFloatBits with the C library's "%.6G" in the C locale.
 //
 //   check_all_floats all          all 2^32 bit patterns; takes a quarter of an hour on two processors

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // UTIL_snprintf beside a formatter that is as plain and slow as can be, for random formats at every
 // capacity.
 #include <gtest/gtest.h>

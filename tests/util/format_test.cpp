@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/format.h"
 
 #include <gtest/gtest.h>

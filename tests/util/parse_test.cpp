@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "util/parse.h"
 
 #include <gtest/gtest.h>

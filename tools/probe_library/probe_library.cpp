@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A stand-in for the probe's shared library, with every function of the probe's interface and no
 // probe behind it. It shows how the functions are called: with PROBE_LIBRARY_LOG set in the
 // environment when it is loaded, each call adds a line to the file of that name,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A local terminal server with a small simulated target behind it, for the demo and the tests.
 #include <csignal>
 #include <cstdio>

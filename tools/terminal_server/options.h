@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The terminal server's command line.
 #ifndef TARVEN_TOOLS_TERMINAL_SERVER_OPTIONS_H_
 #define TARVEN_TOOLS_TERMINAL_SERVER_OPTIONS_H_

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/terminal_server/server.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The server of a terminal channel: one client after another on one simulated target.
 #ifndef TARVEN_TOOLS_TERMINAL_SERVER_SERVER_H_
 #define TARVEN_TOOLS_TERMINAL_SERVER_SERVER_H_

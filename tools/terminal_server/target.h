@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The simulated target: a small firmware with a line monitor on its terminal channel.
 //
 // Bytes go in, bytes come out; the time is handed in with every call, so that nothing in here

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Stands for <editline/readline.h> where Apple's SDK is not at hand: what this project uses and
 // nothing else, with the library's names.
 #ifndef TARVEN_DARWIN_SDK_READLINE_H_

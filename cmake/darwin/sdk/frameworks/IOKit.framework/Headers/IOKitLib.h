@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Stands for <IOKit/IOKitLib.h> where Apple's SDK is not at hand: what this project uses and
 // nothing else, with the system's names and values.
 #ifndef TARVEN_DARWIN_SDK_IOKITLIB_H_
