@@ -10,6 +10,7 @@
 #   scripts/setup.sh docs      the same for the reference
 #   scripts/setup.sh fuzz      the same for the fuzzers (on Debian)
 #   scripts/setup.sh lint      Debian's own check of its packages
+#   scripts/setup.sh newcomer  the same for the walk through the README (on Debian)
 #   scripts/setup.sh package   the same for the packages and what checks them
 #   scripts/setup.sh picture   the same for the picture of a session
 #   scripts/setup.sh darwin    what cross-building for macOS takes (on Debian); the compiler goes to
@@ -19,13 +20,13 @@ set -eu
 
 purpose=${1:-run}
 case $purpose in
-    run | test | ci | bench | coverage | docs | fuzz | lint | package | picture | darwin) ;;
+    run | test | ci | bench | coverage | docs | fuzz | lint | newcomer | package | picture | darwin) ;;
     -h | --help)
         sed -n '/^# SPDX/d;2,/^set /s/^# \{0,1\}//p' "$0"
         exit 0
         ;;
     *)
-        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|docs|fuzz|lint|package|picture|darwin]" >&2
+        echo "usage: scripts/setup.sh [run|test|ci|bench|coverage|docs|fuzz|lint|newcomer|package|picture|darwin]" >&2
         exit 2
         ;;
 esac
@@ -47,6 +48,7 @@ debian_packages() {
             ;;
         package) echo binutils dpkg-dev fakeroot file git pkg-config python3 ruby ;;
         lint) echo lintian ;;
+        newcomer) echo debootstrap git tmux util-linux ;;
         darwin)
             echo libgtest-dev libgmock-dev python3 llvm lld
             # Where npm is there without its package, another Node.js has brought it.
