@@ -34,7 +34,7 @@ debian=$work/debian
 terminal() { tmux -S "$work/socket" -f "$work/settings" "$@"; }
 leave() {
     terminal kill-server 2>/dev/null || true
-    umount --recursive "$debian" 2>/dev/null || true
+    for mounted in dev proc sys tmp; do umount --recursive "$debian/$mounted" 2>/dev/null || true; done
     if [ -n "${KEEP_FOLDER-}" ]; then echo "Left in $work"; else rm -rf --one-file-system "$work"; fi
 }
 trap leave EXIT

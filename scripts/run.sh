@@ -81,6 +81,8 @@ while [ -z "$port" ]; do
     [ -n "$port" ] || sleep 0.1
 done
 
+# The key that quits interrupts this script too; the client's status is the one that counts.
+trap : INT
 status=0
 if [ -n "$echo_option" ]; then set -- -LocalEcho Off; fi
 "$programs/vqx" -VQXTelnetPort "$port" "$@" || status=$?

@@ -128,6 +128,14 @@ class FirstStepsTest(unittest.TestCase):
         self.assertEqual(self.run_script("run.sh", "--echo", "--port", "4711"),
                          (0, "<-VQXTelnetPort><4711><-LocalEcho><Off>", "--port 4711 --echo\n"))
 
+    def test_key_that_quits_the_client_is_no_failure(self):
+        self.add_build_tools()
+        self.add_programs(self.tree / "build" / "release")
+        self.add_script(self.tree / "build" / "release" / "bin" / "vqx",
+                        "trap 'exit 0' INT; kill -s INT 0; sleep 5; exit 1")
+        status, _, error = self.run_script("run.sh", process={"start_new_session": True})
+        self.assertEqual((status, error), (0, ""))
+
     def test_other_arguments_are_the_clients_and_there_is_no_demo(self):
         self.add_build_tools()
         self.add_programs(self.tree / "build" / "release")

@@ -501,6 +501,14 @@ TEST_P(TerminalServerEnd, DoesNotWaitForALongWelcomeDelay) {
   EXPECT_EQ(client.reader().text(), "");
 }
 
+TEST_P(TerminalServerEnd, DoesNotComeFromASignalThatIsIgnoredAtTheStart) {
+  const int signal_number = GetParam();
+  ServerRun server({"--port", "0"}, {.prepare = [=] { signal(signal_number, SIG_IGN); }});
+  ASSERT_NE(server.Port(), 0);
+  server.process().Signal(signal_number);
+  ExpectServes(server.Port());
+}
+
 INSTANTIATE_TEST_SUITE_P(Signals, TerminalServerEnd, testing::Values(SIGINT, SIGTERM),
                          [](const auto& signal) {
                            return std::string(signal.param == SIGINT ? "Int" : "Term");

@@ -13,6 +13,11 @@ volatile std::sig_atomic_t stop = 0;
 
 void RequestStop(int) { stop = 1; }
 
+// A shell that starts a program in the background lets it ignore the key that interrupts the foreground.
+void StopAt(int signal_number) {
+  if (std::signal(signal_number, RequestStop) == SIG_IGN) std::signal(signal_number, SIG_IGN);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -26,8 +31,8 @@ int main(int argc, char** argv) {
     fputs(terminal_server::kUsage.data(), stdout);
     return 0;
   }
-  std::signal(SIGINT, RequestStop);
-  std::signal(SIGTERM, RequestStop);
+  StopAt(SIGINT);
+  StopAt(SIGTERM);
   terminal_server::Server server(*options, stop);
   if (!server.Listen()) {
     fprintf(
