@@ -64,7 +64,7 @@ make_debian() {
 # The words of a command that runs in there, as env takes them.
 inside() {
     chroot "$debian" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 TERM=xterm \
-        sh -c "cd '$1' && $2"
+        sh -c "cd '$1' && exec $2"
 }
 
 # ---- The terminal ----
