@@ -150,6 +150,12 @@ TEST_F(FaultsAllocationSettings, LoadThatRunsOutOfMemoryHalfWayLeavesTheFileAsIt
 }
 
 // Keys that are missing are made until the document's memory is used up and more is refused.
+TEST_F(FaultsAllocationSettings, FlushTakesNoMemoryForWhatIsNotLoaded) {
+  const FailingAllocation counted(UINT32_MAX);
+  SYS_REG_Flush();
+  EXPECT_EQ(FailingAllocation::Calls(), 0U);
+}
+
 TEST_F(FaultsAllocationSettings, KeyThatFindsNoMemoryIsNotMade) {
   LetEachFail([this](const Failed& failed) {
     PutFile("<Registry V=\"\"/>");
