@@ -2,13 +2,13 @@
 # SPDX-License-Identifier: MIT
 """Breaks the code in small ways, one at a time, and counts how many the tests notice.
 
-usage: mutate.py [--count N] [--seed N] [--least PERCENT] [FOLDER...]
+usage: mutate.py [--count N] [--seed N] [--least PERCENT] [--only NUMBER[,NUMBER...]] [FOLDER...]
 
 Without arguments 200 breaks of util and settings, seed 1, and at least 95 % to be noticed. A break
 is an operator or a constant that becomes another one, or a statement that is left out. One that does
 not compile is replaced by another; one that makes a test hang counts as noticed. The tests of the
-broken file run first, then all others of util and settings. The survivors are printed; to see one
-again, take the same seed and count.
+broken file run first, then all others of util and settings and those of their failures. The survivors are printed, each with its
+number among the breaks of the seed; --only tries those numbers again, once a test has been added.
 
 Works on a copy of what git tracks, in build/mutation.
 """
@@ -99,9 +99,11 @@ def passes(program):
 
 
 def test_programs():
-    return sorted(f"{path.parent.name}_{path.stem}"
-                  for folder in ("util", "settings")
-                  for path in (TREE / "tests" / folder).glob("*_test.cpp"))
+    own = sorted(f"{path.parent.name}_{path.stem}"
+                 for folder in ("util", "settings")
+                 for path in (TREE / "tests" / folder).glob("*_test.cpp"))
+    return own + [f"faults_{name}_test"
+                  for name in ("allocation", "settings_calls", "settings_writes")]
 
 
 def is_noticed(file, programs):
@@ -125,6 +127,7 @@ def main():
     parser.add_argument("--count", type=int, default=200)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--least", type=float, default=95)
+    parser.add_argument("--only", type=lambda text: [int(number) for number in text.split(",")])
     parser.add_argument("folders", nargs="*", default=["util", "settings"])
     options = parser.parse_args()
 
@@ -140,9 +143,12 @@ def main():
                   for path in sorted((TREE / folder).glob("*.cpp")) + sorted((TREE / folder).glob("*.h"))
                   for candidate in breaks_of(path.read_text())]
     random.Random(options.seed).shuffle(candidates)
+    candidates = list(enumerate(candidates))
+    if options.only:
+        candidates = [candidates[number] for number in options.only]
 
     tried, survivors = 0, []
-    for path, start, end, replacement in candidates:
+    for number, (path, start, end, replacement) in candidates:
         if tried == options.count:
             break
         text = path.read_text()
@@ -155,7 +161,7 @@ def main():
         if noticed:
             continue
         line = text.count("\n", 0, start) + 1
-        survivors.append(f"{path.relative_to(TREE)}:{line}: "
+        survivors.append(f"{number}: {path.relative_to(TREE)}:{line}: "
                          f"{text[start:end].strip()!r} -> {replacement!r}: "
                          f"{text.splitlines()[line - 1].strip()}")
         print(survivors[-1], flush=True)
