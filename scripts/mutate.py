@@ -7,8 +7,9 @@ usage: mutate.py [--count N] [--seed N] [--least PERCENT] [--only NUMBER[,NUMBER
 Without arguments 200 breaks of util and settings, seed 1, and at least 95 % to be noticed. A break
 is an operator or a constant that becomes another one, or a statement that is left out. One that does
 not compile is replaced by another; one that makes a test hang counts as noticed. The tests of the
-broken file run first, then all others of util and settings and those of their failures. The survivors are printed, each with its
-number among the breaks of the seed; --only tries those numbers again, once a test has been added.
+broken file run first, then all others of util and settings and those of their failures. The survivors
+are printed, each with its number among the breaks of the seed; --only tries those numbers again, once a
+test has been added.
 
 Works on a copy of what git tracks, in build/mutation.
 """
