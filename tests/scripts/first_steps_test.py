@@ -106,7 +106,8 @@ class FirstStepsTest(unittest.TestCase):
                 ("build.sh", ["-DX=1"],
                  "build.sh: the first argument is a preset; --help says more\n"),
                 ("setup.sh", ["everything"],
-                 "usage: scripts/setup.sh [run|test|ci|bench|coverage|fuzz|picture|darwin]\n")):
+                 "usage: scripts/setup.sh [run|test|ci|bench|coverage|docs|fuzz|lint|newcomer|package|"
+                 "picture|darwin]\n")):
             with self.subTest(script=script, arguments=arguments):
                 self.assertEqual(self.run_script(script, *arguments), (2, "", message))
 
