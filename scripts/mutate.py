@@ -7,9 +7,12 @@ usage: mutate.py [--count N] [--seed N] [--least PERCENT] [--only NUMBER[,NUMBER
 Without arguments 200 breaks of util and settings, seed 1, and at least 95 % to be noticed. A break
 is an operator or a constant that becomes another one, or a statement that is left out. One that does
 not compile is replaced by another; one that makes a test hang counts as noticed. The tests of the
-broken file run first, then all others of util and settings and those of their failures. The survivors
-are printed, each with its number among the breaks of the seed; --only tries those numbers again, once a
-test has been added.
+broken file run first, then all others of util and settings and those of their failures.
+
+The survivors are printed, each with its number among the breaks of the seed; --only tries those numbers
+again, once a test has been added. Those that change nothing a caller can see, because the code only
+takes another way to the same result, stand in tests/breaks_without_effect.txt with the reason; they are
+counted, but not among those to be noticed.
 
 Works on a copy of what git tracks, in build/mutation.
 """
@@ -24,6 +27,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+WITHOUT_EFFECT = ROOT / "tests" / "breaks_without_effect.txt"
 WORK = ROOT / "build" / "mutation"
 TREE = WORK / "tree"
 BUILD = WORK / "build"
@@ -122,6 +126,27 @@ def is_noticed(file, programs):
     return False
 
 
+def breaks_without_effect():
+    """The listed breaks as (file, line, broken line)."""
+    listed = set()
+    for block in WITHOUT_EFFECT.read_text().split("\n\n"):
+        lines = [line.strip() for line in block.splitlines() if not line.startswith("#")]
+        if not lines:
+            continue
+        file, line, broken, *reason = lines
+        line, broken = line.removeprefix("-").strip(), broken.removeprefix("+").strip()
+        if not reason or line not in map(str.strip, (TREE / file).read_text().splitlines()):
+            sys.exit(f"{WITHOUT_EFFECT.name}: {file} has no such line, or the reason is missing: {line}")
+        listed.add((file, line, broken))
+    return listed
+
+
+def line_at(text, position):
+    """The number of a line and its text without the blanks around it."""
+    number = text.count("\n", 0, position)
+    return number + 1, text.splitlines()[number].strip()
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
@@ -139,6 +164,7 @@ def main():
     if not build(*programs) or not all(passes(name) for name in programs):
         sys.exit("The tests fail without a break already.")
 
+    without_effect = breaks_without_effect()
     candidates = [(path, *candidate)
                   for folder in options.folders
                   for path in sorted((TREE / folder).glob("*.cpp")) + sorted((TREE / folder).glob("*.h"))
@@ -148,26 +174,30 @@ def main():
     if options.only:
         candidates = [candidates[number] for number in options.only]
 
-    tried, survivors = 0, []
+    tried = noticed = harmless = 0
     for number, (path, start, end, replacement) in candidates:
         if tried == options.count:
             break
         text = path.read_text()
-        path.write_text(text[:start] + replacement + text[end:])
-        noticed = is_noticed(path, programs)
+        broken_text = text[:start] + replacement + text[end:]
+        path.write_text(broken_text)
+        result = is_noticed(path, programs)
         path.write_text(text)
-        if noticed is None:
+        if result is None:
             continue
         tried += 1
-        if noticed:
+        if result:
+            noticed += 1
             continue
-        line = text.count("\n", 0, start) + 1
-        survivors.append(f"{number}: {path.relative_to(TREE)}:{line}: "
-                         f"{text[start:end].strip()!r} -> {replacement!r}: "
-                         f"{text.splitlines()[line - 1].strip()}")
-        print(survivors[-1], flush=True)
-    share = 100 * (tried - len(survivors)) / tried
-    print(f"{tried} breaks, {tried - len(survivors)} noticed: {share:.1f} %")
+        file = str(path.relative_to(TREE))
+        line_number, line = line_at(text, start)
+        broken = line_at(broken_text, start)[1]
+        is_harmless = (file, line, broken) in without_effect
+        harmless += is_harmless
+        print(f"{number}: {file}:{line_number}{', without effect' if is_harmless else ''}\n"
+              f"    - {line}\n    + {broken}", flush=True)
+    share = 100 * noticed / max(tried - harmless, 1)
+    print(f"{tried} breaks, {noticed} noticed, {harmless} without effect: {share:.1f} % of the others")
     sys.exit(0 if share >= options.least else 1)
 
 
