@@ -56,7 +56,8 @@ last() { grep -oE "$2[ :]+[0-9]+" "$1" | tail -n 1 | grep -oE '[0-9]+$' || echo 
 report() {
     local log=build/fuzz/$1.log
     printf '%-14s %6s s %11s executions %6s edges %6s inputs\n' "$1" "$seconds" \
-        "$(last "$log" number_of_executed_units)" "$(last "$log" cov)" "$(find "build/fuzz/corpora/$1" "fuzz/corpora/$1" -type f | wc -l)"
+        "$(last "$log" number_of_executed_units)" "$(last "$log" cov)" \
+        "$(find "build/fuzz/corpora/$1" "fuzz/corpora/$1" -type f | wc -l)"
 }
 
 # What a run leaves behind when it fails, and how to see it fail again.
